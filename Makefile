@@ -1,0 +1,63 @@
+# The two commands of the README:
+#   make demo   builds the library and runs the main example
+#   make test   builds and runs every test: 64-bit, 32-bit (-m32) and
+#               AddressSanitizer + UndefinedBehaviorSanitizer builds
+# Also: make bench (64-bit Google Benchmark run), make build (64-bit only).
+
+BUILD   ?= build
+JOBS    ?= $(shell nproc 2>/dev/null || echo 2)
+CMAKE   ?= cmake
+PACKAGES = cmake make g++ g++-multilib libgtest-dev libbenchmark-dev pkg-config
+
+CONFIGURE = $(CMAKE) -S . -DCMAKE_BUILD_TYPE=Release -Wno-dev
+
+.PHONY: all deps build build-x64 build-x86 build-san test test-x64 test-x86 test-san demo bench clean
+
+all: build
+
+# Installs whatever is missing from Debian's packages when run as root.
+deps:
+	@missing=""; for p in $(PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+	  if [ "$$(id -u)" = 0 ]; then \
+	    echo "installing:$$missing"; \
+	    apt-get update -q && DEBIAN_FRONTEND=noninteractive apt-get install -y -q $$missing; \
+	  else echo "missing packages (run as root to install):$$missing"; exit 1; fi; \
+	fi
+
+build: build-x64
+
+build-x64: deps
+	$(CONFIGURE) -B $(BUILD)/x64 -DZUBVC_BENCH=ON
+	$(CMAKE) --build $(BUILD)/x64 -j $(JOBS)
+
+build-x86: deps
+	$(CONFIGURE) -B $(BUILD)/x86 -DCMAKE_C_FLAGS=-m32 -DCMAKE_CXX_FLAGS=-m32 \
+	  -DCMAKE_SHARED_LINKER_FLAGS=-m32 -DCMAKE_EXE_LINKER_FLAGS=-m32
+	$(CMAKE) --build $(BUILD)/x86 -j $(JOBS)
+
+build-san: deps
+	$(CONFIGURE) -B $(BUILD)/san -DZUBVC_SANITIZE=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	$(CMAKE) --build $(BUILD)/san -j $(JOBS)
+
+test-x64: build-x64
+	cd $(BUILD)/x64 && ctest --output-on-failure -j $(JOBS)
+
+test-x86: build-x86
+	cd $(BUILD)/x86 && ctest --output-on-failure -j $(JOBS)
+
+test-san: build-san
+	cd $(BUILD)/san && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+	  ctest --output-on-failure -j $(JOBS)
+
+test: test-x64 test-x86 test-san
+	@echo "all configurations passed: x86-64, x86-32, sanitizers"
+
+demo: build-x64
+	$(BUILD)/x64/examples/zubvc-info
+
+bench: build-x64
+	$(BUILD)/x64/bench/zubvc_bench --benchmark_min_time=0.2
+
+clean:
+	rm -rf $(BUILD)

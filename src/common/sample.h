@@ -1,0 +1,50 @@
+// Internal sample helpers shared by the H.264 families: saturation and the
+// traits that let one template serve 8-bit and 16-bit (high bit depth) samples.
+#ifndef ZUBVC_COMMON_SAMPLE_H
+#define ZUBVC_COMMON_SAMPLE_H
+
+#include <cstdint>
+#include <cstring>
+
+namespace zub {
+
+template <class T>
+constexpr T clampTo(int v, int lo, int hi) {
+    return static_cast<T>(v < lo ? lo : (v > hi ? hi : v));
+}
+
+// Saturate to 0..maxVal (maxVal = (1 << bitDepth) - 1).
+constexpr int clip(int v, int maxVal) { return v < 0 ? 0 : (v > maxVal ? maxVal : v); }
+constexpr uint8_t clip8(int v) { return static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v)); }
+
+// The maximum sample value: fixed 255 for 8-bit samples, (1 << bitDepth) - 1
+// for 16-bit ones.  Kernels templated over the sample type take the bit depth
+// and ask the traits for the maximum, so the 8-bit instance folds it away.
+template <class T> struct SampleTraits;
+template <> struct SampleTraits<uint8_t> {
+    using Wide = int16_t;  // unrounded six-tap intermediates fit 16 bits
+    static constexpr int maxVal(int /*bitDepth*/) { return 255; }
+};
+template <> struct SampleTraits<uint16_t> {
+    using Wide = int32_t;
+    static constexpr int maxVal(int bitDepth) { return (1 << bitDepth) - 1; }
+};
+
+// Fill n samples with v (n < 1: nothing).
+template <class T>
+inline void fillSamples(T* dst, T v, int n) {
+    if constexpr (sizeof(T) == 1) {
+        if (n > 0) std::memset(dst, v, static_cast<size_t>(n));
+    } else {
+        for (int i = 0; i < n; ++i) dst[i] = v;
+    }
+}
+
+template <class T>
+inline void copySamples(T* dst, const T* src, int n) {
+    if (n > 0) std::memcpy(dst, src, static_cast<size_t>(n) * sizeof(T));
+}
+
+}  // namespace zub
+
+#endif

@@ -1,0 +1,18 @@
+#!/bin/bash
+# Compares the dynamic symbols the shared object defines with the expected
+# list (the union of the per-family lists in the given folder).
+set -euo pipefail
+lib=$1
+dir=$2
+expected=$(mktemp)
+actual=$(mktemp)
+trap 'rm -f "$expected" "$actual"' EXIT
+cat "$dir"/*.txt | sed -e 's/#.*//' -e 's/[[:space:]]//g' | grep -v '^$' | sort -u > "$expected"
+# Defined dynamic symbols, without the linker's own and the version node.
+nm -D --defined-only "$lib" | awk '{print $3}' | grep -v -E '^(_init|_fini|_edata|_end|__bss_start)$' \
+  | grep -v '^$' | sort -u > "$actual"
+if ! diff -u "$expected" "$actual"; then
+  echo "exported symbols differ from the expected list ('-' missing from the library, '+' leaked)"
+  exit 1
+fi
+echo "exported symbols: $(wc -l < "$actual") as expected"
