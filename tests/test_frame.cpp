@@ -175,3 +175,9 @@ TEST(BitMask, Entries) {
 }
 
 }  // namespace
+
+namespace {
+TEST(ClampTable, SaturatesEveryIndex) {
+    for (int i = 0; i < 768; ++i) EXPECT_EQ(ClampTbl[i], i < 256 ? 0 : (i > 511 ? 255 : i - 256)) << i;
+}
+}  // namespace

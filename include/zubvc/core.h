@@ -108,6 +108,10 @@ ZUBVC_API ZubStatus zubiCopy_8u_C1R(const Zub8u* pSrc, int srcStep, Zub8u* pDst,
 /* Bit mask table of the bit readers: element n = 2^n - 1, n = 0..32. */
 ZUBVC_API const Zub32u ownvc_BitMask[33];
 
+/* Saturation table of the H.264 8-bit filters: entry i holds i - 256
+ * saturated to 0..255, so ClampTbl[v + 256] saturates any v in -256..511. */
+ZUBVC_API const Zub8u ClampTbl[768];
+
 /* Word cursor: (*ppBitStream, *pBitOffset) names the next bit to read, the
  * offset counting 31 (most significant) down to 0 inside a native 32-bit word.
  * A byte stream must be presented as words whose most significant byte is the
