@@ -109,6 +109,15 @@ inline void reconstruct4x4(const Coef* coef, const Coef* dc, int qp, Pixel* dst,
         addDcOnly4x4(static_cast<int32_t>(*dc), dst, step, maxVal);
         return;
     }
+    // With no AC level every transform output equals the scaled DC.
+    uint32_t ac = 0;
+    for (int i = 1; i < 16; ++i) ac |= static_cast<uint32_t>(coef[i]);
+    if (ac == 0) {
+        const uint32_t d0 = dc ? static_cast<uint32_t>(static_cast<int32_t>(*dc))
+                               : dequant(coef[0], kLevelScale4x4[qp % 6][0], qp / 6);
+        addDcOnly4x4(static_cast<int32_t>(d0), dst, step, maxVal);
+        return;
+    }
     uint32_t d[16];
     int32_t r[16];
     dequant4x4(coef, dc, qp, d);
