@@ -53,10 +53,16 @@ inline uint32_t dequant(Coef c, int32_t scale, int qpDiv6) {
 // coef null the AC part is zero.
 template <class Coef>
 inline void dequant4x4(const Coef* coef, const Coef* dc, int qp, uint32_t d[16]) {
+    using Prod = std::conditional_t<sizeof(Coef) == 2, int32_t, int64_t>;
     const auto& ls = kLevelScale4x4[qp % 6];
     const int e = qp / 6;
-    if (coef) {
-        for (int i = 0; i < 16; ++i) d[i] = dequant(coef[i], ls[i], e);
+    if (coef && e >= 4) {
+        const int sh = e - 4;
+        for (int i = 0; i < 16; ++i) d[i] = static_cast<uint32_t>(static_cast<Prod>(coef[i]) * ls[i]) << sh;
+    } else if (coef) {
+        const int sh = 4 - e;
+        const Prod round = Prod{1} << (3 - e);
+        for (int i = 0; i < 16; ++i) d[i] = static_cast<uint32_t>((static_cast<Prod>(coef[i]) * ls[i] + round) >> sh);
     } else {
         for (int i = 0; i < 16; ++i) d[i] = 0;
     }
