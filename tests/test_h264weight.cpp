@@ -200,12 +200,23 @@ const std::vector<Member<Zub16u>>& members16u() {
     return list;
 }
 
-// H.264 ranges: logWD 0..7, weights -128..127, offsets -128..127 scaled by
-// the bit depth.
-Wp randomWp(std::mt19937& rng, int bitDepth) {
+// Mostly H.264's ranges (logWD 0..7, weights -128..127, offsets -128..127
+// scaled by the bit depth), with their corners and with values beyond them:
+// the 8-bit members work in 16-bit lanes inside those ranges only.
+Wp randomWp(std::mt19937& rng, int bitDepth, int rep) {
     auto in = [&](int lo, int hi) { return lo + static_cast<int>(rng() % static_cast<unsigned>(hi - lo + 1)); };
-    const int sc = bitDepth - 8;
-    return {in(0, 7), in(-128, 127), in(-128, 127) * (1 << sc), in(-128, 127), in(-128, 127) * (1 << sc)};
+    auto pick = [&](std::initializer_list<int> v) { return *(v.begin() + rng() % v.size()); };
+    const int sc = 1 << (bitDepth - 8);
+    switch (rep % 6) {
+        case 0:  // beyond H.264's ranges
+            return {in(0, 14), in(-2000, 2000), in(-600, 600) * sc, in(-2000, 2000), in(-600, 600) * sc};
+        case 1: {  // the corners of the 16-bit lanes
+            const int o1 = pick({-128, 127}), o2 = pick({-128, 127, 128, -129});
+            return {pick({0, 1, 7, 8}), pick({-128, -127, 127, 128, 129}), o1 * sc, pick({-128, 127, 128, -129}),
+                    o2 * sc};
+        }
+        default: return {in(0, 7), in(-128, 127), in(-128, 127) * sc, in(-128, 127), in(-128, 127) * sc};
+    }
 }
 
 template <class T>
@@ -223,7 +234,7 @@ void randomAgainstModel(const std::vector<Member<T>>& list, const std::vector<in
             const Steps st{sz.width + static_cast<int>(rng() % 9), sz.width + static_cast<int>(rng() % 9),
                            sz.width + static_cast<int>(rng() % 9)};
             const int bd = depths[rng() % depths.size()];
-            runOne(m, sz, st, randomWp(rng, bd), bd, rng, ZubStatusOk, &lo, &hi);
+            runOne(m, sz, st, randomWp(rng, bd, rep), bd, rng, ZubStatusOk, &lo, &hi);
             if (::testing::Test::HasFatalFailure()) return;
         }
         if (m.model != average) {  // the random weights must reach both ends of the clamp
@@ -265,6 +276,29 @@ TEST(Weight8u, KnownValues) {
     Zub16u h[4] = {1023, 1000, 5, 0};
     ASSERT_EQ(zubiUnidirWeight_H264_16u_IP2P1R(h, 2, 1, 4, -20, {2, 2}, 10), 0);
     EXPECT_EQ(std::vector<int>(h, h + 4), (std::vector<int>{1023, 1023, 0, 0}));
+}
+
+// The extremes of the 8-bit samples at and just beyond the parameter corners
+// where the 8u members change from 16-bit to 32-bit lanes.
+TEST(Weight8u, LaneCorners) {
+    const Zub8u s1[4] = {0, 1, 254, 255}, s2[4] = {255, 254, 1, 0}, same[4] = {255, 255, 255, 255};
+    for (int logWD : {0, 1, 7, 8})
+        for (int w1 : {-129, -128, 127, 128, 129})
+            for (int w2 : {-129, -128, 128, 129})
+                for (int o1 : {-129, -128, 127, 128})
+                    for (int o2 : {-129, 128}) {
+                        const Wp wp{logWD, w1, o1, w2, o2};
+                        Zub8u u[4] = {0, 1, 254, 255}, d[4], e[4];
+                        ASSERT_EQ(zubiUniDirWeightBlock_H264_8u_C1R(u, 2, logWD, w1, o1, {2, 2}), 0);
+                        ASSERT_EQ(zubiBiDirWeightBlock_H264_8u_P2P1R(s1, s2, d, 2, 2, logWD, w1, o1, w2, o2, {2, 2}), 0);
+                        ASSERT_EQ(zubiBiDirWeightBlock_H264_8u_P2P1R(same, same, e, 2, 2, logWD, w1, o1, w2, o2, {2, 2}),
+                                  0);
+                        for (int i = 0; i < 4; ++i) {
+                            ASSERT_EQ(u[i], std::clamp<int64_t>(uniWeighted(s1[i], wp), 0, 255)) << i;
+                            ASSERT_EQ(d[i], std::clamp<int64_t>(biWeighted(s1[i], s2[i], wp), 0, 255)) << i;
+                            ASSERT_EQ(e[i], std::clamp<int64_t>(biWeighted(255, 255, wp), 0, 255)) << i;
+                        }
+                    }
 }
 
 // Size and step rules, and check order: null, then steps, then sizes.
