@@ -3,6 +3,7 @@
 // chroma (clause 8.3.4).  The row above is read at minus one step, the left
 // column at minus one byte; a neighbour whose availability flag is clear is
 // never read.
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -27,62 +28,72 @@ constexpr uint32_t splat4(unsigned v) { return v * 0x01010101u; }
 constexpr uint64_t splat8(unsigned v) { return v * 0x0101010101010101ull; }
 inline void store8(Zub8u* p, uint64_t w) { std::memcpy(p, &w, 8); }
 
-// The two- and three-tap filters of clause 8.3.1.2.
-constexpr int avg2(int a, int b) { return (a + b + 1) >> 1; }
-constexpr int tap3(int a, int b, int c) { return (a + 2 * b + c + 2) >> 2; }
-
 // ---------------------------------------------------------------------------
-// Intra_4x4.  Each mode writes its four rows as 32-bit words; the directional
-// modes first compute the distinct filtered values into a short byte run in
-// which every row is a window of four.
+// Intra_4x4.  Each mode writes its four rows as 32-bit words.  The
+// directional modes filter the whole edge at once, eight samples to a 64-bit
+// word ("lanes": lane i is bits 8i..8i+7), with the byte-average identities
+//     (a + b) >> 1     = (a & b) + (((a ^ b) & 0xFE) >> 1)
+//     (a + b + 1) >> 1 = (a | b) - (((a ^ b) & 0xFE) >> 1)
+//     (a + 2b + c + 2) >> 2 = (b + ((a + c) >> 1) + 1) >> 1
+// which carry nothing between lanes; every row is then four lanes of one or
+// two filtered words.
+
+constexpr uint64_t kLaneHigh7 = 0xFEFEFEFEFEFEFEFEull;
+constexpr uint64_t avgDown(uint64_t a, uint64_t b) { return (a & b) + (((a ^ b) & kLaneHigh7) >> 1); }
+constexpr uint64_t avgUp(uint64_t a, uint64_t b) { return (a | b) - (((a ^ b) & kLaneHigh7) >> 1); }
+constexpr uint64_t tap3(uint64_t a, uint64_t b, uint64_t c) { return avgUp(b, avgDown(a, c)); }
+
+// Lanes in memory order: lane 0 is the sample at the lowest address.
+inline uint32_t loadLanes(const Zub8u* p) {
+    uint32_t w = load4(p);
+    if constexpr (std::endian::native == std::endian::big) w = __builtin_bswap32(w);
+    return w;
+}
+inline void storeLanes(Zub8u* p, uint64_t lanes) {
+    uint32_t w = static_cast<uint32_t>(lanes);
+    if constexpr (std::endian::native == std::endian::big) w = __builtin_bswap32(w);
+    store4(p, w);
+}
+constexpr uint32_t lane(uint64_t v, int i) { return static_cast<uint32_t>(v >> (8 * i)) & 0xFF; }
+
+// Lanes 0..3 of a and b interleaved: a0 b0 a1 b1 a2 b2 a3 b3.
+constexpr uint64_t interleave(uint64_t a, uint64_t b) {
+    auto spread = [](uint64_t x) {
+        x &= 0xFFFFFFFFull;
+        x = (x | x << 16) & 0x0000FFFF0000FFFFull;
+        return (x | x << 8) & 0x00FF00FF00FF00FFull;
+    };
+    return spread(a) | spread(b) << 8;
+}
+
+// The word moved down by one lane, the top lane repeating `fill`.
+constexpr uint64_t next(uint64_t v, uint32_t fill) { return (v >> 8) | uint64_t{fill} << 56; }
 
 // p[x,-1] for x = 0..7.  A missing row above is 128; missing above-right
 // samples repeat p[3,-1] (clause 8.3.1.2, "substituted").
-inline void top8(const Zub8u* d, int s, int avail, int t[8]) {
-    const Zub8u* a = d - s;
-    if (avail & kTop) {
-        t[0] = a[0], t[1] = a[1], t[2] = a[2], t[3] = a[3];
-    } else {
-        t[0] = t[1] = t[2] = t[3] = kMissing;
-    }
-    if (avail & kTopRight) {
-        t[4] = a[4], t[5] = a[5], t[6] = a[6], t[7] = a[7];
-    } else {
-        t[4] = t[5] = t[6] = t[7] = t[3];
-    }
+inline uint64_t topLanes(const Zub8u* d, int s, int avail) {
+    const uint32_t lo = (avail & kTop) ? loadLanes(d - s) : splat4(kMissing);
+    const uint32_t hi = (avail & kTopRight) ? loadLanes(d - s + 4) : splat4(lo >> 24);
+    return lo | uint64_t{hi} << 32;
 }
 
-// p[x,-1] for x = 0..3.
-inline void top4(const Zub8u* d, int s, int avail, int t[4]) {
-    const Zub8u* a = d - s;
-    if (avail & kTop) {
-        t[0] = a[0], t[1] = a[1], t[2] = a[2], t[3] = a[3];
-    } else {
-        t[0] = t[1] = t[2] = t[3] = kMissing;
-    }
+// p[-1,y] for y = 0..3 in lanes 0..3.
+inline uint32_t leftLanes(const Zub8u* d, int s, int avail) {
+    if (!(avail & kLeft)) return splat4(kMissing);
+    return d[-1] | d[s - 1] << 8 | d[2 * s - 1] << 16 | static_cast<uint32_t>(d[3 * s - 1]) << 24;
 }
 
-// p[-1,y] for y = 0..3.
-inline void left4(const Zub8u* d, int s, int avail, int l[4]) {
-    if (avail & kLeft) {
-        l[0] = d[-1], l[1] = d[s - 1], l[2] = d[2 * s - 1], l[3] = d[3 * s - 1];
-    } else {
-        l[0] = l[1] = l[2] = l[3] = kMissing;
-    }
-}
-
-inline int corner(const Zub8u* d, int s, int avail) { return (avail & kTopLeft) ? d[-s - 1] : kMissing; }
+inline uint32_t corner(const Zub8u* d, int s, int avail) { return (avail & kTopLeft) ? d[-s - 1] : kMissing; }
 
 inline ZubStatus warnUnless(int avail, int needed) {
     return (avail & needed) == needed ? ZubStatusOk : ZubStatusNeighbourSubstitutedWarning;
 }
 
-// Writes rows 0..3 from the byte run r at offsets o0..o3.
-inline void rowsFrom(Zub8u* d, int s, const Zub8u* r, int o0, int o1, int o2, int o3) {
-    store4(d, load4(r + o0));
-    store4(d + s, load4(r + o1));
-    store4(d + 2 * s, load4(r + o2));
-    store4(d + 3 * s, load4(r + o3));
+inline void rows(Zub8u* d, int s, uint64_t r0, uint64_t r1, uint64_t r2, uint64_t r3) {
+    storeLanes(d, r0);
+    storeLanes(d + s, r1);
+    storeLanes(d + 2 * s, r2);
+    storeLanes(d + 3 * s, r3);
 }
 
 inline void rowsSame(Zub8u* d, int s, uint32_t w) {
@@ -129,119 +140,81 @@ ZubStatus pred4DC(Zub8u* d, int s, int avail) {
     return ZubStatusOk;
 }
 
-// Clause 8.3.1.2.4: row y is the filtered top run from x = y.
+// Clause 8.3.1.2.4: lane i of f is (p[i] + 2 p[i+1] + p[i+2] + 2) >> 2 along
+// the row above, the last one (p[6] + 3 p[7] + 2) >> 2; row y starts at
+// lane y.
 ZubStatus pred4DiagDownLeft(Zub8u* d, int s, int avail) {
-    int t[8];
-    top8(d, s, avail, t);
-    Zub8u r[8];
-    for (int i = 0; i < 6; ++i) r[i] = static_cast<Zub8u>(tap3(t[i], t[i + 1], t[i + 2]));
-    r[6] = static_cast<Zub8u>((t[6] + 3 * t[7] + 2) >> 2);
-    r[7] = 0;
-    rowsFrom(d, s, r, 0, 1, 2, 3);
+    const uint64_t t = topLanes(d, s, avail);
+    const uint32_t t7 = lane(t, 7);
+    const uint64_t t1 = next(t, t7);
+    const uint64_t f = tap3(t, t1, next(t1, t7));
+    rows(d, s, f, f >> 8, f >> 16, f >> 24);
     return warnUnless(avail, kTop);
 }
 
-// Clause 8.3.1.2.5: pred[x,y] depends on x - y only; the run holds the
-// filtered edge from p[-1,2] (x - y = -3) to p[2,-1] (x - y = 3).
-ZubStatus pred4DiagDownRight(Zub8u* d, int s, int avail) {
-    int t[4], l[4];
-    top4(d, s, avail, t);
-    left4(d, s, avail, l);
-    const int q = corner(d, s, avail);
-    Zub8u r[8];
-    r[0] = static_cast<Zub8u>(tap3(l[3], l[2], l[1]));
-    r[1] = static_cast<Zub8u>(tap3(l[2], l[1], l[0]));
-    r[2] = static_cast<Zub8u>(tap3(l[1], l[0], q));
-    r[3] = static_cast<Zub8u>(tap3(l[0], q, t[0]));
-    r[4] = static_cast<Zub8u>(tap3(q, t[0], t[1]));
-    r[5] = static_cast<Zub8u>(tap3(t[0], t[1], t[2]));
-    r[6] = static_cast<Zub8u>(tap3(t[1], t[2], t[3]));
-    r[7] = 0;
-    rowsFrom(d, s, r, 3, 2, 1, 0);
-    return warnUnless(avail, kTop | kLeft | kTopLeft);
-}
-
-// Clause 8.3.1.2.6: even rows are two-tap averages of the top edge, odd rows
-// three-tap filters; rows 2 and 3 shift right by one with a left-edge value
-// in front (zVR = -2, -3).
-ZubStatus pred4VerticalRight(Zub8u* d, int s, int avail) {
-    int t[4], l[4];
-    top4(d, s, avail, t);
-    left4(d, s, avail, l);
-    const int q = corner(d, s, avail);
-    Zub8u ev[8], od[8];
-    ev[0] = static_cast<Zub8u>(tap3(l[1], l[0], q));
-    ev[1] = static_cast<Zub8u>(avg2(q, t[0]));
-    ev[2] = static_cast<Zub8u>(avg2(t[0], t[1]));
-    ev[3] = static_cast<Zub8u>(avg2(t[1], t[2]));
-    ev[4] = static_cast<Zub8u>(avg2(t[2], t[3]));
-    od[0] = static_cast<Zub8u>(tap3(l[2], l[1], l[0]));
-    od[1] = static_cast<Zub8u>(tap3(l[0], q, t[0]));
-    od[2] = static_cast<Zub8u>(tap3(q, t[0], t[1]));
-    od[3] = static_cast<Zub8u>(tap3(t[0], t[1], t[2]));
-    od[4] = static_cast<Zub8u>(tap3(t[1], t[2], t[3]));
-    store4(d, load4(ev + 1));
-    store4(d + s, load4(od + 1));
-    store4(d + 2 * s, load4(ev));
-    store4(d + 3 * s, load4(od));
-    return warnUnless(avail, kTop | kLeft | kTopLeft);
-}
-
-// Clause 8.3.1.2.7: the transpose of vertical-right along the left edge;
-// each row is the previous one moved right by two with a new pair in front.
-ZubStatus pred4HorizontalDown(Zub8u* d, int s, int avail) {
-    int t[4], l[4];
-    top4(d, s, avail, t);
-    left4(d, s, avail, l);
-    const int q = corner(d, s, avail);
-    Zub8u r[12];
-    r[0] = static_cast<Zub8u>(avg2(l[2], l[3]));
-    r[1] = static_cast<Zub8u>(tap3(l[1], l[2], l[3]));
-    r[2] = static_cast<Zub8u>(avg2(l[1], l[2]));
-    r[3] = static_cast<Zub8u>(tap3(l[0], l[1], l[2]));
-    r[4] = static_cast<Zub8u>(avg2(l[0], l[1]));
-    r[5] = static_cast<Zub8u>(tap3(q, l[0], l[1]));
-    r[6] = static_cast<Zub8u>(avg2(q, l[0]));
-    r[7] = static_cast<Zub8u>(tap3(l[0], q, t[0]));
-    r[8] = static_cast<Zub8u>(tap3(q, t[0], t[1]));
-    r[9] = static_cast<Zub8u>(tap3(t[0], t[1], t[2]));
-    r[10] = r[11] = 0;
-    rowsFrom(d, s, r, 6, 4, 2, 0);
-    return warnUnless(avail, kTop | kLeft | kTopLeft);
-}
-
-// Clause 8.3.1.2.8: rows 0 and 2 two-tap, rows 1 and 3 three-tap, the lower
-// pair one sample further along the top edge.
+// Clause 8.3.1.2.8: rows 0 and 2 two-tap averages, rows 1 and 3 three-tap
+// filters of the row above, the lower pair one sample further along.
 ZubStatus pred4VerticalLeft(Zub8u* d, int s, int avail) {
-    int t[8];
-    top8(d, s, avail, t);
-    Zub8u ev[8], od[8];
-    for (int i = 0; i < 5; ++i) {
-        ev[i] = static_cast<Zub8u>(avg2(t[i], t[i + 1]));
-        od[i] = static_cast<Zub8u>(tap3(t[i], t[i + 1], t[i + 2]));
-    }
-    ev[5] = ev[6] = ev[7] = od[5] = od[6] = od[7] = 0;
-    store4(d, load4(ev));
-    store4(d + s, load4(od));
-    store4(d + 2 * s, load4(ev + 1));
-    store4(d + 3 * s, load4(od + 1));
+    const uint64_t t = topLanes(d, s, avail);
+    const uint32_t t7 = lane(t, 7);
+    const uint64_t t1 = next(t, t7);
+    const uint64_t g = avgUp(t, t1);
+    const uint64_t f = tap3(t, t1, next(t1, t7));
+    rows(d, s, g, f, g >> 8, f >> 8);
     return warnUnless(avail, kTop);
 }
 
-// Clause 8.3.1.2.9: zHU = x + 2y indexes one run; zHU > 5 is p[-1,3].
+// The edge from the bottom of the left column over the corner to the row
+// above, e = p[-1,3] p[-1,2] p[-1,1] p[-1,0] p[-1,-1] p[0,-1] p[1,-1] p[2,-1]
+// (then p[3,-1]), and its filtered runs: f lane i is the three-tap filter
+// centred on e[i+1], g lane i the two-tap average of e[i] and e[i+1].
+struct EdgeRuns {
+    uint64_t f, g;
+};
+inline EdgeRuns edgeRuns(const Zub8u* d, int s, int avail) {
+    const uint32_t l = leftLanes(d, s, avail);
+    const uint32_t t = (avail & kTop) ? loadLanes(d - s) : splat4(kMissing);
+    const uint32_t t3 = t >> 24;
+    const uint64_t e = __builtin_bswap32(l) | uint64_t{corner(d, s, avail)} << 32 | uint64_t{t & 0xFFFFFF} << 40;
+    const uint64_t e1 = next(e, t3);
+    return {tap3(e, e1, next(e1, t3)), avgUp(e, e1)};
+}
+
+// Clause 8.3.1.2.5: pred[x,y] depends on x - y only; row y is f from lane 3 - y.
+ZubStatus pred4DiagDownRight(Zub8u* d, int s, int avail) {
+    const uint64_t f = edgeRuns(d, s, avail).f;
+    rows(d, s, f >> 24, f >> 16, f >> 8, f);
+    return warnUnless(avail, kTop | kLeft | kTopLeft);
+}
+
+// Clause 8.3.1.2.6: even rows are two-tap averages along the row above, odd
+// rows three-tap filters; rows 2 and 3 move right by one with a filtered
+// left-edge sample in front (zVR = -2, -3).
+ZubStatus pred4VerticalRight(Zub8u* d, int s, int avail) {
+    const EdgeRuns r = edgeRuns(d, s, avail);
+    rows(d, s, r.g >> 32, r.f >> 24, lane(r.f, 2) | (r.g >> 32) << 8, lane(r.f, 1) | (r.f >> 24) << 8);
+    return warnUnless(avail, kTop | kLeft | kTopLeft);
+}
+
+// Clause 8.3.1.2.7: down the left edge the rows alternate two-tap and
+// three-tap values (g and f interleaved); each row is the one below it moved
+// left by two, the top row ending with the filtered row above.
+ZubStatus pred4HorizontalDown(Zub8u* d, int s, int avail) {
+    const EdgeRuns r = edgeRuns(d, s, avail);
+    const uint64_t gf = interleave(r.g, r.f);  // g0 f0 g1 f1 g2 f2 g3 f3
+    rows(d, s, (gf >> 48) | (r.f >> 32) << 16, gf >> 32, gf >> 16, gf);
+    return warnUnless(avail, kTop | kLeft | kTopLeft);
+}
+
+// Clause 8.3.1.2.9: zHU = x + 2y walks the left column, alternating two-tap
+// and three-tap values; past its end (zHU > 5) the samples repeat p[-1,3].
 ZubStatus pred4HorizontalUp(Zub8u* d, int s, int avail) {
-    int l[4];
-    left4(d, s, avail, l);
-    Zub8u r[12];
-    r[0] = static_cast<Zub8u>(avg2(l[0], l[1]));
-    r[1] = static_cast<Zub8u>(tap3(l[0], l[1], l[2]));
-    r[2] = static_cast<Zub8u>(avg2(l[1], l[2]));
-    r[3] = static_cast<Zub8u>(tap3(l[1], l[2], l[3]));
-    r[4] = static_cast<Zub8u>(avg2(l[2], l[3]));
-    r[5] = static_cast<Zub8u>((l[2] + 3 * l[3] + 2) >> 2);
-    store4(r + 6, splat4(static_cast<unsigned>(l[3])));
-    r[10] = r[11] = 0;
-    rowsFrom(d, s, r, 0, 2, 4, 6);
+    const uint32_t l = leftLanes(d, s, avail);
+    const uint32_t l3 = l >> 24;
+    const uint64_t e = l | uint64_t{splat4(l3)} << 32;
+    const uint64_t e1 = next(e, l3);
+    const uint64_t gf = interleave(avgUp(e, e1), tap3(e, e1, next(e1, l3)));
+    rows(d, s, gf, gf >> 16, gf >> 32, splat4(l3));
     return warnUnless(avail, kLeft);
 }
 
