@@ -147,6 +147,7 @@ void blendRows(const T* s1, int st1, const T* s2, int st2, T* d, int sd, int wid
                 for (int x = 0; x < W; ++x) idx[x] = op.index(ra[x], rb[x]);
                 for (int x = 0; x < W; ++x) out[x] = ClampTbl[idx[x]];
             } else {
+#pragma GCC unroll 1  // keep the loop for the vectoriser
                 for (int x = 0; x < W; ++x) out[x] = static_cast<T>(op(ra[x], rb[x]));
             }
             std::memcpy(r, out, sizeof out);
@@ -174,6 +175,7 @@ void mapRows(T* d, int sd, int height, const Op op) {
         T* r = d + static_cast<ptrdiff_t>(y) * sd;
         T row[W];
         std::memcpy(row, r, sizeof row);
+#pragma GCC unroll 1  // keep the loop for the vectoriser
         for (int x = 0; x < W; ++x) row[x] = static_cast<T>(op(row[x]));
         std::memcpy(r, row, sizeof row);
     }
