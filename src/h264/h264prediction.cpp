@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "../common/sample.h"
 #include "zubvc.h"
 
 namespace {
