@@ -7,7 +7,9 @@
 // 8 and 16 instantiated as fixed-size loops.  Arithmetic follows the 32-bit
 // signed sums of the standard: products and sums are formed in unsigned
 // 32-bit arithmetic (so weights far outside H.264's range wrap instead of
-// overflowing) and shifted arithmetically, shift counts modulo 32.
+// overflowing) and shifted arithmetically, shift counts modulo 32.  For
+// 8-bit samples with parameters inside H.264's ranges the same values are
+// formed exactly in 16-bit lanes.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
