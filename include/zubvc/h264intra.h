@@ -1,7 +1,83 @@
-/* libzubvcpx - H.264 intra prediction.  Included through <zubvc.h>. */
+/* libzubvcpx - H.264 intra prediction.  Included through <zubvc.h>.
+ *
+ * The three functions predict one block of 8-bit samples in place, inside the
+ * picture being reconstructed: pSrcDst addresses the block's top-left sample,
+ * the row above is read at pSrcDst - srcDstStep and the column to the left at
+ * pSrcDst - 1.  The availability flags say which neighbours exist; a
+ * neighbour whose flag is clear is never read.  Steps count bytes. */
 #ifndef ZUBVC_H264INTRA_H
 #define ZUBVC_H264INTRA_H
 
 #include "core.h"
+
+/* Availability flags (bit set; other bits are ignored). */
+enum {
+    ZubIntraAvailTop      = 1,  /* the row above the block */
+    ZubIntraAvailLeft     = 2,  /* the column to the left */
+    ZubIntraAvailTopLeft  = 32, /* the sample above-left */
+    ZubIntraAvailTopRight = 64  /* the four samples above-right (4x4 only) */
+};
+
+/* Intra_4x4 prediction modes (H.264 Table 8-2). */
+enum {
+    ZubIntra4x4Vertical          = 0,
+    ZubIntra4x4Horizontal        = 1,
+    ZubIntra4x4DC                = 2,
+    ZubIntra4x4DiagonalDownLeft  = 3,
+    ZubIntra4x4DiagonalDownRight = 4,
+    ZubIntra4x4VerticalRight     = 5,
+    ZubIntra4x4HorizontalDown    = 6,
+    ZubIntra4x4VerticalLeft      = 7,
+    ZubIntra4x4HorizontalUp      = 8
+};
+
+/* Intra_16x16 prediction modes (H.264 Table 8-4). */
+enum {
+    ZubIntra16x16Vertical   = 0,
+    ZubIntra16x16Horizontal = 1,
+    ZubIntra16x16DC         = 2,
+    ZubIntra16x16Plane      = 3
+};
+
+/* Chroma prediction modes (H.264 Table 8-5; note the order). */
+enum {
+    ZubIntraChromaDC         = 0,
+    ZubIntraChromaHorizontal = 1,
+    ZubIntraChromaVertical   = 2,
+    ZubIntraChromaPlane      = 3
+};
+
+/* Intra_4x4 luma prediction, H.264 clause 8.3.1.2 (the nine modes above).
+ * Checks: pSrcDst null (-8); srcDstStep < 4 (-14); predMode outside 0..8,
+ * compared as unsigned (-11).
+ * Never refuses a mode for want of neighbours: each neighbour group the mode
+ * uses whose flag is clear is taken as samples of 128, the prediction is
+ * written and the result is ZubStatusNeighbourSubstitutedWarning (+11).
+ * Groups: vertical - row above; horizontal, horizontal-up - left column;
+ * diagonal down-left, vertical-left - row above (above-right samples come
+ * from memory when bit 64 is set, else they repeat the last sample of the row
+ * above, itself 128 when the row is missing; a missing above-right group is
+ * not a warning); diagonal down-right, vertical-right, horizontal-down -
+ * above-left sample, row above and left column.  The groups are independent:
+ * with bit 64 set and bit 1 clear, the above-right samples are still read.
+ * DC never warns: mean of the available row and column, or 128. */
+ZUBVC_API ZubStatus zubiPredictIntra_4x4_H264_8u_C1IR(Zub8u* pSrcDst, int srcDstStep, int predMode,
+                                                      int availability);
+
+/* Intra_16x16 luma prediction, H.264 clause 8.3.3.
+ * Checks: pSrcDst null (-8); srcDstStep < 16 (-14); then, mode by mode, the
+ * neighbours it needs: vertical the row above, horizontal the left column,
+ * plane the row above, the left column and the above-left sample; missing
+ * ones give ZubStatusNeighbourUnavailable (-117) with nothing written; then
+ * predMode outside 0..3 (-11).  DC never fails (128 without neighbours).
+ * Plane samples are clamped to 0..255. */
+ZUBVC_API ZubStatus zubiPredictIntra_16x16_H264_8u_C1IR(Zub8u* pSrcDst, int srcDstStep, int predMode,
+                                                        int availability);
+
+/* 4:2:0 chroma 8x8 prediction, H.264 clause 8.3.4, modes 0 DC, 1 horizontal,
+ * 2 vertical, 3 plane.  Checks as the 16x16 function with a step of at least
+ * 8.  DC is formed per 4x4 quadrant (clause 8.3.4.1-3) and never fails. */
+ZUBVC_API ZubStatus zubiPredictIntraChroma8x8_H264_8u_C1IR(Zub8u* pSrcDst, int srcDstStep, int predMode,
+                                                           int availability);
 
 #endif
