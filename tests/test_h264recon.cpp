@@ -272,4 +272,165 @@ TEST(ReconstructMB, ErrorsLeavePointerAndPictureAlone) {
     for (Zub8u v : pic) ASSERT_EQ(v, 0);
 }
 
+
+// ---- intra macroblocks: prediction from reconstructed neighbours, then the residual ----
+
+// Above-right availability inside the macroblock (clause 6.4.11.4): blocks
+// 3, 7, 11, 13 and 15 never have it, block 5 takes it from the macroblock
+// above-right, blocks 0, 1 and 4 from the macroblock above.
+int modelIntra4x4Flags(int n, int mb) {
+    int x, y;
+    lumaBlockPos(n, x, y);
+    int f = 0;
+    if (y > 0 || (mb & 1)) f |= 1;
+    if (x > 0 || (mb & 2)) f |= 2;
+    const bool aboveLeft = (x > 0 && y > 0) || (x > 0 && y == 0 && (mb & 1)) || (x == 0 && y > 0 && (mb & 2)) ||
+                           (x == 0 && y == 0 && (mb & 32));
+    if (aboveLeft) f |= 32;
+    bool aboveRight;
+    switch (n) {
+        case 0: case 1: case 4: aboveRight = mb & 1; break;
+        case 5: aboveRight = mb & 64; break;
+        case 3: case 7: case 11: case 13: case 15: aboveRight = false; break;
+        default: aboveRight = true; break;
+    }
+    if (aboveRight) f |= 64;
+    return f;
+}
+
+void addModelResidual(const Zub16s* coef, const int64_t* dc, int qp, Zub8u* dst, int step) {
+    int64_t c64[16], r[16];
+    for (int i = 0; i < 16; ++i) c64[i] = coef ? coef[i] : 0;
+    modelResidual(c64, dc, qp, r);
+    for (int i = 0; i < 16; ++i) {
+        Zub8u& e = dst[(i / 4) * step + i % 4];
+        e = static_cast<Zub8u>(clipTo(e + r[i], 255));
+    }
+}
+
+TEST(ReconstructLumaIntraMB, EachBlockPredictedFromReconstructedNeighbours) {
+    std::mt19937 rng(9);
+    const int step = 48;
+    for (int trial = 0; trial < 200; ++trial) {
+        const int qp = static_cast<int>(rng() % 52);
+        const int avail = static_cast<int>(rng() & (1 | 2 | 32 | 64));
+        const Zub32u cbp = rng() & 0xFFFFu;
+        Zub8u modes[16];
+        for (auto& m : modes) m = static_cast<Zub8u>(rng() % 9);
+        std::vector<Zub16s> coefs;
+        for (int n = 0; n < 16; ++n)
+            if (cbp & (1u << n))
+                for (int i = 0; i < 16; ++i) coefs.push_back((rng() % 4) ? 0 : randomLevel(rng, qp));
+        coefs.resize(coefs.size() + 16, 0);
+        // The macroblock at (16, 16) of a 48x48 area with random neighbours.
+        std::vector<Zub8u> pic(48 * step);
+        for (auto& p : pic) p = static_cast<Zub8u>(rng());
+        std::vector<Zub8u> expect = pic;
+        size_t k = 0;
+        for (int n = 0; n < 16; ++n) {
+            int x, y;
+            lumaBlockPos(n, x, y);
+            Zub8u* d = &expect[static_cast<size_t>((16 + y) * step + 16 + x)];
+            ASSERT_GE(zubiPredictIntra_4x4_H264_8u_C1IR(d, step, modes[n], modelIntra4x4Flags(n, avail)), 0);
+            if (cbp & (1u << n)) {
+                addModelResidual(&coefs[k], nullptr, qp, d, step);
+                k += 16;
+            }
+        }
+        Zub16s* p = coefs.data();
+        ASSERT_GE(zubiReconstructLumaIntraMB_H264_16s8u_C1R(&p, &pic[16 * step + 16], step, modes, cbp, qp, avail), 0);
+        EXPECT_EQ(p, coefs.data() + k);
+        ASSERT_EQ(pic, expect) << "trial " << trial;
+    }
+}
+
+TEST(ReconstructLumaIntra16x16MB, PredictionThenDcAndAc) {
+    std::mt19937 rng(13);
+    const int step = 40;
+    for (int trial = 0; trial < 100; ++trial) {
+        const int qp = static_cast<int>(rng() % 52);
+        const int mode = trial % 3 == 0 ? 2 : static_cast<int>(rng() % 4);  // DC needs no neighbours
+        const int avail = mode == 2 ? static_cast<int>(rng() & 35) : 35;
+        const Zub32u cbp = (trial & 1) ? (rng() & 0xFFFFu) : 0;
+        Zub16s dc[16];
+        for (auto& d : dc) d = static_cast<Zub16s>((rng() % 2) ? 0 : static_cast<int>(rng() % 4001) - 2000);
+        std::vector<Zub16s> coefs;
+        for (int n = 0; n < 16; ++n)
+            if (cbp & (1u << n)) {
+                coefs.push_back(0);
+                for (int i = 1; i < 16; ++i) coefs.push_back((rng() % 4) ? 0 : randomLevel(rng, qp));
+            }
+        coefs.resize(coefs.size() + 16, 0);
+        std::vector<Zub8u> pic(40 * step);
+        for (auto& p : pic) p = static_cast<Zub8u>(rng());
+        std::vector<Zub8u> expect = pic;
+        Zub8u* mb = &expect[static_cast<size_t>(20 * step + 20)];
+        ASSERT_EQ(zubiPredictIntra_16x16_H264_8u_C1IR(mb, step, mode, avail), ZubStatusOk);
+        size_t k = 0;
+        for (int n = 0; n < 16; ++n) {
+            int x, y;
+            lumaBlockPos(n, x, y);
+            const int64_t d = dc[(y / 4) * 4 + x / 4];
+            const bool present = cbp & (1u << n);
+            addModelResidual(present ? &coefs[k] : nullptr, &d, qp, mb + y * step + x, step);
+            if (present) k += 16;
+        }
+        Zub16s* p = coefs.data();
+        ASSERT_EQ(zubiReconstructLumaIntra16x16MB_H264_16s8u_C1R(&p, &pic[20 * step + 20], step, mode, dc, cbp, qp,
+                                                                 avail),
+                  ZubStatusOk);
+        EXPECT_EQ(p, coefs.data() + k);
+        ASSERT_EQ(pic, expect) << "trial " << trial;
+    }
+    // A plane prediction without its neighbours is refused before any write.
+    std::vector<Zub8u> pic(32 * 32, 7);
+    Zub16s coef[16] = {}, dc[16] = {100};
+    Zub16s* p = coef;
+    EXPECT_EQ(zubiReconstructLumaIntra16x16MB_H264_16s8u_C1R(&p, &pic[16 * 32 + 16], 32, 3, dc, 0, 20, 3),
+              ZubStatusNeighbourUnavailable);
+    EXPECT_EQ(p, coef);
+    for (Zub8u v : pic) ASSERT_EQ(v, 7);
+}
+
+TEST(ReconstructChromaIntraMB, BothPlanesPredictedThenResidual) {
+    std::mt19937 rng(17);
+    const int step = 24;
+    for (int trial = 0; trial < 100; ++trial) {
+        const int mode = static_cast<int>(rng() % 4);
+        const int avail = mode == 0 ? static_cast<int>(rng() & 35) : 35;
+        const int qpU = static_cast<int>(rng() % 40), qpV = static_cast<int>(rng() % 40);
+        const Zub32u cbp = rng() & 0xFFu;
+        Zub16s dc[8];
+        for (auto& d : dc) d = static_cast<Zub16s>(static_cast<int>(rng() % 2001) - 1000);
+        std::vector<Zub16s> coefs;
+        for (int n = 0; n < 8; ++n)
+            if (cbp & (1u << n)) {
+                coefs.push_back(0);
+                for (int i = 1; i < 16; ++i) coefs.push_back((rng() % 4) ? 0 : randomLevel(rng, qpU));
+            }
+        coefs.resize(coefs.size() + 16, 0);
+        std::vector<Zub8u> u(24 * step), v(24 * step);
+        for (auto& s : u) s = static_cast<Zub8u>(rng());
+        for (auto& s : v) s = static_cast<Zub8u>(rng());
+        std::vector<Zub8u> eu = u, ev = v;
+        const size_t at = 8 * step + 8;
+        ASSERT_EQ(zubiPredictIntraChroma8x8_H264_8u_C1IR(&eu[at], step, mode, avail), ZubStatusOk);
+        ASSERT_EQ(zubiPredictIntraChroma8x8_H264_8u_C1IR(&ev[at], step, mode, avail), ZubStatusOk);
+        size_t k = 0;
+        for (int n = 0; n < 8; ++n) {
+            const int64_t d = dc[n];
+            const bool present = cbp & (1u << n);
+            Zub8u* blk = (n < 4 ? &eu[at] : &ev[at]) + ((n >> 1) & 1) * 4 * step + (n & 1) * 4;
+            addModelResidual(present ? &coefs[k] : nullptr, &d, n < 4 ? qpU : qpV, blk, step);
+            if (present) k += 16;
+        }
+        Zub16s* p = coefs.data();
+        ASSERT_EQ(zubiReconstructChromaIntraMB_H264_16s8u_P2R(&p, &u[at], &v[at], step, mode, dc, cbp, qpU, qpV, avail),
+                  ZubStatusOk);
+        EXPECT_EQ(p, coefs.data() + k);
+        ASSERT_EQ(u, eu) << trial;
+        ASSERT_EQ(v, ev) << trial;
+    }
+}
+
 }  // namespace

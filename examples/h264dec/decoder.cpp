@@ -606,6 +606,8 @@ void Decoder::bump() {
 
 void Decoder::finishPicture() {
     picOpen_ = false;
+    if (std::any_of(st_->sliceNum.begin(), st_->sliceNum.end(), [](int n) { return n < 0; }))
+        throw DecodeError("picture has missing macroblocks");
     deblockPicture();
     markReferences();
     const SliceHeader& sh = curHeader_;

@@ -82,4 +82,46 @@ ZUBVC_API ZubStatus zubiReconstructChromaInterMB_H264_16s8u_P2R(Zub16s** ppSrcCo
                                                                const Zub16s* pDC, Zub32u cbp4x4, int qpU,
                                                                int qpV);
 
+/* Intra 4x4 luma macroblock: for each 4x4 block in decoding order, predicts it
+ * with zubiPredictIntra_4x4_H264_8u_C1IR from the samples already
+ * reconstructed around it (pModes: the 16 Intra4x4PredMode values by
+ * luma4x4BlkIdx), then adds its residual when bit n of cbp4x4 is set.  The
+ * neighbour flags of each block follow from the macroblock availability: the
+ * row above and the above-left sample inside the macroblock always exist,
+ * above-right samples of blocks 3, 7, 11, 13 and 15 never, those of block 5
+ * come from the macroblock above-right (clause 6.4.11.4).  Returns
+ * ZubStatusNeighbourSubstitutedWarning when a block's mode needed samples the
+ * flags mark missing (they were taken as 128), else ZubStatusOk.
+ * Checks: ppSrcCoeff, pSrcDst, pModes, then *ppSrcCoeff null (-8);
+ * srcDstStep < 16 (-14); a mode above 8, then qp outside 0..51 (-11). */
+ZUBVC_API ZubStatus zubiReconstructLumaIntraMB_H264_16s8u_C1R(Zub16s** ppSrcCoeff, Zub8u* pSrcDst,
+                                                             int srcDstStep, const Zub8u* pModes,
+                                                             Zub32u cbp4x4, int qp, int availability);
+
+/* Intra 16x16 luma macroblock: predicts the macroblock with
+ * zubiPredictIntra_16x16_H264_8u_C1IR (predMode 0 vertical, 1 horizontal,
+ * 2 DC, 3 plane), then adds to each 4x4 block its DC from pDC (16 values
+ * scaled by the luma DC transform, raster order of the 4x4 grid of blocks)
+ * and, when bit n of cbp4x4 is set, its AC coefficients (coefficient 0 of a
+ * packed block is ignored).
+ * Checks: ppSrcCoeff, pSrcDst, pDC, then *ppSrcCoeff null (-8); srcDstStep
+ * < 16 (-14); predMode outside 0..3, then qp outside 0..51 (-11); a mode whose
+ * neighbours are missing (-117), nothing written. */
+ZUBVC_API ZubStatus zubiReconstructLumaIntra16x16MB_H264_16s8u_C1R(Zub16s** ppSrcCoeff, Zub8u* pSrcDst,
+                                                                  int srcDstStep, int predMode,
+                                                                  const Zub16s* pDC, Zub32u cbp4x4, int qp,
+                                                                  int availability);
+
+/* Intra chroma macroblock (4:2:0): predicts both 8x8 blocks with
+ * zubiPredictIntraChroma8x8_H264_8u_C1IR (predMode 0 DC, 1 horizontal,
+ * 2 vertical, 3 plane), then adds the residual as
+ * zubiReconstructChromaInterMB_H264_16s8u_P2R does.
+ * Checks: ppSrcCoeff, pSrcDstU, pSrcDstV, pDC, then *ppSrcCoeff null (-8);
+ * srcDstStep < 8 (-14); predMode outside 0..3, then qpU, then qpV outside
+ * 0..39 (-11); a mode whose neighbours are missing (-117), nothing written. */
+ZUBVC_API ZubStatus zubiReconstructChromaIntraMB_H264_16s8u_P2R(Zub16s** ppSrcCoeff, Zub8u* pSrcDstU,
+                                                               Zub8u* pSrcDstV, int srcDstStep, int predMode,
+                                                               const Zub16s* pDC, Zub32u cbp4x4, int qpU,
+                                                               int qpV, int availability);
+
 #endif

@@ -100,3 +100,82 @@ ZubStatus zubiReconstructChromaInterMB_H264_16s8u_P2R(Zub16s** ppSrcCoeff, Zub8u
     *ppSrcCoeff = const_cast<Zub16s*>(coef);
     return ZubStatusOk;
 }
+
+namespace {
+
+// Neighbour flags of the intra prediction functions for luma4x4BlkIdx n,
+// from the macroblock-level availability: inside the macroblock a neighbour
+// exists when it was reconstructed before block n (clause 6.4.11.4).
+constexpr int kAbove = 1, kLeft = 2, kAboveLeft = 32, kAboveRight = 64;
+
+constexpr int blockIndexAt(int bx, int by) { return (by >> 1) * 8 + (bx >> 1) * 4 + (by & 1) * 2 + (bx & 1); }
+
+int intra4x4Flags(int n, int mbAvail) {
+    const int bx = lumaBlockX(n) >> 2, by = lumaBlockY(n) >> 2;
+    int f = 0;
+    if (by > 0 || (mbAvail & kAbove)) f |= kAbove;
+    if (bx > 0 || (mbAvail & kLeft)) f |= kLeft;
+    if (bx > 0 && by > 0) f |= kAboveLeft;
+    else if (by == 0 && bx > 0) f |= (mbAvail & kAbove) ? kAboveLeft : 0;
+    else if (bx == 0 && by > 0) f |= (mbAvail & kLeft) ? kAboveLeft : 0;
+    else f |= mbAvail & kAboveLeft;
+    if (by == 0) f |= (bx < 3 ? (mbAvail & kAbove) : (mbAvail & kAboveRight)) ? kAboveRight : 0;
+    else if (bx < 3 && blockIndexAt(bx + 1, by - 1) < n) f |= kAboveRight;
+    return f;
+}
+
+}  // namespace
+
+ZubStatus zubiReconstructLumaIntraMB_H264_16s8u_C1R(Zub16s** ppSrcCoeff, Zub8u* pSrcDst, int srcDstStep,
+                                                   const Zub8u* pModes, Zub32u cbp4x4, int qp, int availability) {
+    if (!ppSrcCoeff || !pSrcDst || !pModes || !*ppSrcCoeff) return ZubStatusNullPointer;
+    if (srcDstStep < 16) return ZubStatusBadStep;
+    for (int n = 0; n < 16; ++n)
+        if (pModes[n] > 8) return ZubStatusOutOfRange;
+    if (!qpOk(qp, kMaxQp8)) return ZubStatusOutOfRange;
+    const Zub16s* coef = *ppSrcCoeff;
+    ZubStatus result = ZubStatusOk;
+    for (int n = 0; n < 16; ++n) {
+        Zub8u* d = pSrcDst + lumaBlockY(n) * srcDstStep + lumaBlockX(n);
+        const ZubStatus st = zubiPredictIntra_4x4_H264_8u_C1IR(d, srcDstStep, pModes[n], intra4x4Flags(n, availability));
+        if (st > 0) result = st;
+        if (cbp4x4 & (1u << n)) {
+            reconstruct4x4<Zub16s, Zub8u>(coef, nullptr, qp, d, srcDstStep, 255);
+            coef += 16;
+        }
+    }
+    *ppSrcCoeff = const_cast<Zub16s*>(coef);
+    return result;
+}
+
+ZubStatus zubiReconstructLumaIntra16x16MB_H264_16s8u_C1R(Zub16s** ppSrcCoeff, Zub8u* pSrcDst, int srcDstStep,
+                                                        int predMode, const Zub16s* pDC, Zub32u cbp4x4, int qp,
+                                                        int availability) {
+    if (!ppSrcCoeff || !pSrcDst || !pDC || !*ppSrcCoeff) return ZubStatusNullPointer;
+    if (srcDstStep < 16) return ZubStatusBadStep;
+    if (predMode < 0 || predMode > 3 || !qpOk(qp, kMaxQp8)) return ZubStatusOutOfRange;
+    const ZubStatus st = zubiPredictIntra_16x16_H264_8u_C1IR(pSrcDst, srcDstStep, predMode, availability);
+    if (st < 0) return st;
+    const Zub16s* coef = *ppSrcCoeff;
+    lumaResidual(coef, pDC, pSrcDst, srcDstStep, cbp4x4 & 0xFFFFu, qp);
+    *ppSrcCoeff = const_cast<Zub16s*>(coef);
+    return ZubStatusOk;
+}
+
+ZubStatus zubiReconstructChromaIntraMB_H264_16s8u_P2R(Zub16s** ppSrcCoeff, Zub8u* pSrcDstU, Zub8u* pSrcDstV,
+                                                     int srcDstStep, int predMode, const Zub16s* pDC, Zub32u cbp4x4,
+                                                     int qpU, int qpV, int availability) {
+    if (!ppSrcCoeff || !pSrcDstU || !pSrcDstV || !pDC || !*ppSrcCoeff) return ZubStatusNullPointer;
+    if (srcDstStep < 8) return ZubStatusBadStep;
+    if (predMode < 0 || predMode > 3 || !qpOk(qpU, kMaxChromaQp) || !qpOk(qpV, kMaxChromaQp))
+        return ZubStatusOutOfRange;
+    // Both planes need the same neighbours: when U is refused, nothing is written.
+    ZubStatus st = zubiPredictIntraChroma8x8_H264_8u_C1IR(pSrcDstU, srcDstStep, predMode, availability);
+    if (st < 0) return st;
+    zubiPredictIntraChroma8x8_H264_8u_C1IR(pSrcDstV, srcDstStep, predMode, availability);
+    const Zub16s* coef = *ppSrcCoeff;
+    chromaResidual(coef, pDC, pSrcDstU, srcDstStep, cbp4x4 & 15u, qpU);
+    chromaResidual(coef, pDC + 4, pSrcDstV, srcDstStep, (cbp4x4 >> 4) & 15u, qpV);
+    *ppSrcCoeff = const_cast<Zub16s*>(coef);
+    return ZubStatusOk;
+}
