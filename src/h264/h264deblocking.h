@@ -46,12 +46,15 @@ inline bool edgeIsZero(const Zub8u* bS) {
     return word == 0;
 }
 
-inline int absDiff(int a, int b) { return a > b ? a - b : b - a; }
+// |d| < t as one unsigned comparison (d lies in -(t - 1)..t - 1); t >= 1,
+// which filterEdge ensures by passing over edges with alpha or beta zero.
+inline bool below(int d, int t) { return static_cast<unsigned>(d + t - 1) < static_cast<unsigned>(2 * t - 1); }
 inline int clampDelta(int v, int t) { return v < -t ? -t : (v > t ? t : v); }
 
-// filterSamplesFlag of clause 8.7.2: all three tests are strict.
+// filterSamplesFlag of clause 8.7.2: all three tests are strict.  Evaluated
+// without short cuts, so that a line costs one branch.
 inline bool filterSamples(int p1, int p0, int q0, int q1, int alpha, int beta) {
-    return absDiff(p0, q0) < alpha && absDiff(p1, p0) < beta && absDiff(q1, q0) < beta;
+    return below(p0 - q0, alpha) & below(p1 - p0, beta) & below(q1 - q0, beta);
 }
 
 // The p0/q0 step of the bS < 4 filters: delta clipped to -tc..tc.
@@ -69,12 +72,16 @@ inline void lumaNormal(T* q, ptrdiff_t x, int alpha, int beta, int tc0, int maxV
     const int p1 = q[-2 * x], p0 = q[-x], q0 = q[0], q1 = q[x];
     if (!filterSamples(p1, p0, q0, q1, alpha, beta)) return;
     const int p2 = q[-3 * x], q2 = q[2 * x];
-    const bool ap = absDiff(p2, p0) < beta;
-    const bool aq = absDiff(q2, q0) < beta;
+    const bool ap = below(p2 - p0, beta);
+    const bool aq = below(q2 - q0, beta);
     // p1 and q1 take p0 and q0 as they were before the delta step.
     const int avg = (p0 + q0 + 1) >> 1;
-    if (ap) q[-2 * x] = static_cast<T>(p1 + clampDelta((p2 + avg - 2 * p1) >> 1, tc0));
-    if (aq) q[x] = static_cast<T>(q1 + clampDelta((q2 + avg - 2 * q1) >> 1, tc0));
+    // Written whether or not they change: stores are cheaper than the
+    // unpredictable branches on ap and aq.
+    const int np1 = p1 + clampDelta((p2 + avg - 2 * p1) >> 1, tc0);
+    const int nq1 = q1 + clampDelta((q2 + avg - 2 * q1) >> 1, tc0);
+    q[-2 * x] = static_cast<T>(ap ? np1 : p1);
+    q[x] = static_cast<T>(aq ? nq1 : q1);
     deltaStep(q, x, p1, p0, q0, q1, static_cast<T>(tc0 + ap + aq), maxVal);
 }
 
@@ -84,8 +91,8 @@ inline void lumaStrong(T* q, ptrdiff_t x, int alpha, int beta) {
     const int p1 = q[-2 * x], p0 = q[-x], q0 = q[0], q1 = q[x];
     if (!filterSamples(p1, p0, q0, q1, alpha, beta)) return;
     const int p2 = q[-3 * x], q2 = q[2 * x];
-    const bool strong = absDiff(p0, q0) < (alpha >> 2) + 2;
-    if (strong && absDiff(p2, p0) < beta) {
+    const bool strong = below(p0 - q0, (alpha >> 2) + 2);
+    if (strong && below(p2 - p0, beta)) {
         const int p3 = q[-4 * x];
         q[-x] = static_cast<T>((p2 + 2 * p1 + 2 * p0 + 2 * q0 + q1 + 4) >> 3);
         q[-2 * x] = static_cast<T>((p2 + p1 + p0 + q0 + 2) >> 2);
@@ -93,7 +100,7 @@ inline void lumaStrong(T* q, ptrdiff_t x, int alpha, int beta) {
     } else {
         q[-x] = static_cast<T>((2 * p1 + p0 + q1 + 2) >> 2);
     }
-    if (strong && absDiff(q2, q0) < beta) {
+    if (strong && below(q2 - q0, beta)) {
         const int q3 = q[3 * x];
         q[0] = static_cast<T>((p1 + 2 * p0 + 2 * q0 + 2 * q1 + q2 + 4) >> 3);
         q[x] = static_cast<T>((p0 + q0 + q1 + q2 + 2) >> 2);
@@ -139,11 +146,12 @@ inline void normalLines(T* q, ptrdiff_t across, ptrdiff_t along, int n, int alph
 
 // One edge of four runs of RunLen lines each.  q: q0 of the first line;
 // bS: the edge's four bS bytes; tc0: its four tc0 values.  An edge whose four
-// bS bytes are zero is passed over with one 32-bit test.
+// bS bytes are zero is passed over with one 32-bit test; so is one with alpha
+// or beta zero, where no line can pass the strict threshold tests.
 template <class T, bool Luma, Strong S, int RunLen>
 inline void filterEdge(T* q, ptrdiff_t across, ptrdiff_t along, int alpha, int beta, const Zub8u* bS,
                        const T* tc0, int maxVal) {
-    if (edgeIsZero(bS)) return;
+    if (edgeIsZero(bS) || alpha == 0 || beta == 0) return;
     if constexpr (S == Strong::WholeEdge) {
         if (bS[0] == 4) {
             strongLines<T, Luma>(q, across, along, 4 * RunLen, alpha, beta);
