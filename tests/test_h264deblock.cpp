@@ -390,4 +390,228 @@ TEST(Deblock16u, EveryMemberMatchesModelAtBitDepths8To14) {
         }
 }
 
+// ---- hand-computed lines ------------------------------------------------------
+// One line p3..q3 placed across the first edge of a member (the same line on
+// every row of the first run), filtered, and read back.
+
+using Line = std::array<int, 8>;  // p3 p2 p1 p0 q0 q1 q2 q3
+
+template <class T, class Call>
+Line filterLine(const Line& in, bool vertical, int runLen, Call call) {
+    constexpr int kW = 32;
+    std::vector<T> buf(kW * kW, 0);
+    T* block = buf.data() + 8 * kW + 8;  // the member's top-left sample
+    for (int r = 0; r < 4; ++r)
+        for (int i = 0; i < 8; ++i) {
+            const int across = i - 4, along = r;
+            block[vertical ? along * kW + across : across * kW + along] = static_cast<T>(in[i]);
+        }
+    EXPECT_EQ(call(block, kW), ZubStatusOk);
+    Line out{};
+    for (int i = 0; i < 8; ++i) out[i] = block[vertical ? i - 4 : (i - 4) * kW];
+    for (int r = 1; r < runLen; ++r)  // the run's other lines agree
+        for (int i = 0; i < 8; ++i) EXPECT_EQ(+block[vertical ? r * kW + i - 4 : (i - 4) * kW + r], out[i]);
+    return out;
+}
+
+// Thresholds with only bS byte 0 (and tc0[0]) set: the first run of the
+// external edge.
+Thresholds firstRun(int bS, int alpha, int beta, int tc0) {
+    Thresholds t;
+    t.alpha[0] = alpha;
+    t.beta[0] = beta;
+    t.alpha[1] = t.beta[1] = 255;  // internal edges must not matter
+    t.bS[0] = static_cast<uint8_t>(bS);
+    t.tc0[0] = tc0;
+    return t;
+}
+
+// The line through a luma member (8u Ver/Hor and 16u Ver/Hor agree).
+std::vector<Line> lumaResults(const Line& in, const Thresholds& t, int bitDepth) {
+    std::vector<Line> r;
+    for (Kind k : {Kind::LumaVer, Kind::LumaHor})
+        r.push_back(filterLine<Zub8u>(in, k == Kind::LumaVer, 4,
+                                      [&](Zub8u* b, int step) { return call8u(k, b, step, t); }));
+    for (Fn16u fn : {zubiFilterDeblockingLumaVerEdge_H264_16u_C1IR, zubiFilterDeblockingLumaHorEdge_H264_16u_C1IR})
+        r.push_back(filterLine<Zub16u>(in, fn == zubiFilterDeblockingLumaVerEdge_H264_16u_C1IR, 4,
+                                       [&](Zub16u* b, int step) { return call16u(fn, b, step, t, bitDepth); }));
+    return r;
+}
+
+std::vector<Line> chromaResults(const Line& in, const Thresholds& t, int bitDepth) {
+    std::vector<Line> r;
+    for (Kind k : {Kind::ChromaVer, Kind::ChromaHor})
+        r.push_back(filterLine<Zub8u>(in, k == Kind::ChromaVer, 2,
+                                      [&](Zub8u* b, int step) { return call8u(k, b, step, t); }));
+    for (Fn16u fn :
+         {zubiFilterDeblockingChromaVerEdge_H264_16u_C1IR, zubiFilterDeblockingChromaHorEdge_H264_16u_C1IR})
+        r.push_back(filterLine<Zub16u>(in, fn == zubiFilterDeblockingChromaVerEdge_H264_16u_C1IR, 2,
+                                       [&](Zub16u* b, int step) { return call16u(fn, b, step, t, bitDepth); }));
+    return r;
+}
+
+const Line kRamp = {60, 62, 64, 66, 74, 75, 76, 77};
+
+TEST(DeblockLine, LumaBsBelow4KnownValues) {
+    // delta = ((74 - 66) * 4 + (64 - 75) + 4) >> 3 = 3; ap, aq true so tc = 2 + 2;
+    // p1 += clip((62 + 70 - 128) >> 1) = 2, q1 += (76 + 70 - 150) >> 1 = -2.
+    for (const Line& out : lumaResults(kRamp, firstRun(2, 20, 7, 2), 8))
+        EXPECT_EQ(out, (Line{60, 62, 66, 69, 71, 73, 76, 77}));
+    // tc0 = 0: tc = 2 limits delta to 2; p1 and q1 are held at tc0 = 0.
+    for (const Line& out : lumaResults(kRamp, firstRun(1, 20, 7, 0), 8))
+        EXPECT_EQ(out, (Line{60, 62, 64, 68, 72, 75, 76, 77}));
+    // beta = 3: |p2 - p0| = 4 fails (ap false) while |q2 - q0| = 2 passes:
+    // tc = 1 + 1 limits delta to 2, q1 += clip(-2, +-1).
+    for (const Line& out : lumaResults(kRamp, firstRun(3, 20, 3, 1), 8))
+        EXPECT_EQ(out, (Line{60, 62, 64, 68, 72, 74, 76, 77}));
+    // |p0 - q0| = alpha: the strict test leaves the line alone; one more filters.
+    for (const Line& out : lumaResults(kRamp, firstRun(2, 8, 7, 2), 8)) EXPECT_EQ(out, kRamp);
+    for (const Line& out : lumaResults(kRamp, firstRun(2, 9, 7, 2), 8)) EXPECT_NE(out, kRamp);
+    // |p1 - p0| = beta = 2: no filtering.
+    for (const Line& out : lumaResults(kRamp, firstRun(2, 20, 2, 2), 8)) EXPECT_EQ(out, kRamp);
+    // bS = 0 on the run: nothing.
+    for (const Line& out : lumaResults(kRamp, firstRun(0, 20, 7, 2), 8)) EXPECT_EQ(out, kRamp);
+}
+
+TEST(DeblockLine, LumaBs4KnownValues) {
+    // alpha = 40: |p0 - q0| = 8 < (40 >> 2) + 2 and ap, aq: the full filter.
+    for (const Line& out : lumaResults(kRamp, firstRun(4, 40, 7, 0), 8))
+        EXPECT_EQ(out, (Line{60, 64, 67, 68, 71, 73, 75, 77}));
+    // alpha = 24: |p0 - q0| = (24 >> 2) + 2 exactly, so only p0 and q0 change:
+    // p0 = (2 * 64 + 66 + 75 + 2) >> 2, q0 = (2 * 75 + 74 + 64 + 2) >> 2.
+    for (const Line& out : lumaResults(kRamp, firstRun(4, 24, 7, 0), 8))
+        EXPECT_EQ(out, (Line{60, 62, 64, 67, 72, 75, 76, 77}));
+    // beta = 3: ap false, aq true - p side weak, q side full.
+    for (const Line& out : lumaResults(kRamp, firstRun(4, 40, 3, 0), 8))
+        EXPECT_EQ(out, (Line{60, 62, 64, 67, 71, 73, 75, 77}));
+}
+
+TEST(DeblockLine, ChromaKnownValuesAndSaturation) {
+    // tc = tc0 + 1 = 3 lets delta = 3 through; tc0 = 1 limits it to 2.
+    for (const Line& out : chromaResults(kRamp, firstRun(2, 20, 7, 2), 8))
+        EXPECT_EQ(out, (Line{60, 62, 64, 69, 71, 75, 76, 77}));
+    for (const Line& out : chromaResults(kRamp, firstRun(1, 20, 7, 1), 8))
+        EXPECT_EQ(out, (Line{60, 62, 64, 68, 72, 75, 76, 77}));
+    // Chroma bS = 4: p0 and q0 only, whatever alpha.
+    for (const Line& out : chromaResults(kRamp, firstRun(4, 40, 7, 0), 8))
+        EXPECT_EQ(out, (Line{60, 62, 64, 67, 72, 75, 76, 77}));
+    // delta = (8 + 18 + 4) >> 3 = 3 takes q0 = 2 below zero: saturated to 0.
+    const Line low = {0, 0, 18, 0, 2, 0, 0, 0};
+    for (const Line& out : chromaResults(low, firstRun(1, 10, 19, 2), 8))
+        EXPECT_EQ(out, (Line{0, 0, 18, 3, 0, 0, 0, 0}));
+    // The mirror image at the top of 10-bit samples: delta = -22 >> 3 = -3,
+    // q0 = 1021 + 3 saturates to 1023.
+    const Line high = {1005, 1005, 1005, 1023, 1021, 1023, 1023, 1023};
+    for (Fn16u fn : {zubiFilterDeblockingChromaVerEdge_H264_16u_C1IR, zubiFilterDeblockingLumaVerEdge_H264_16u_C1IR}) {
+        const Line out = filterLine<Zub16u>(high, true, 2, [&](Zub16u* b, int step) {
+            return call16u(fn, b, step, firstRun(1, 10, 19, 2), 10);
+        });
+        EXPECT_EQ(out[3], 1020);
+        EXPECT_EQ(out[4], 1023);
+    }
+}
+
+// tc is kept to the width of the threshold element: tc0 = 255 (8u) with ap
+// and aq gives tc = 1 for luma, tc0 + 1 = 0 for chroma; 65535 likewise for 16u.
+TEST(DeblockLine, ClippingValueKeptToElementWidth) {
+    const Line in = {70, 70, 70, 70, 90, 90, 90, 90};  // delta = (80 + -20 + 4) >> 3 = 8
+    Thresholds t = firstRun(1, 40, 7, 255);
+    const Line luma = filterLine<Zub8u>(in, true, 4, [&](Zub8u* b, int s) { return call8u(Kind::LumaVer, b, s, t); });
+    EXPECT_EQ(luma[3], 71);  // tc = (255 + 2) mod 256 = 1
+    EXPECT_EQ(luma[4], 89);
+    EXPECT_EQ(luma[2], 75);  // p1 + clip((70 + 80 - 140) >> 1, +-tc0): tc0 itself is not cut
+    const Line chroma =
+        filterLine<Zub8u>(in, true, 2, [&](Zub8u* b, int s) { return call8u(Kind::ChromaVer, b, s, t); });
+    EXPECT_EQ(chroma, in);  // tc = 0
+    t.tc0[0] = 65535;
+    const Line luma16 = filterLine<Zub16u>(in, true, 4, [&](Zub16u* b, int s) {
+        return call16u(zubiFilterDeblockingLumaVerEdge_H264_16u_C1IR, b, s, t, 10);
+    });
+    EXPECT_EQ(luma16[3], 71);
+    EXPECT_EQ(luma16[4], 89);
+}
+
+// ---- which lines of a chroma block are filtered, and how ------------------------
+// Every line across every chroma edge (edges 4 apart) reads 64 66 | 74 75, so
+// the outcome of a line shows the filter it got: '.' none, 'S' bS = 4
+// (67, 72), 'n' bS < 4 with tc = 1 (67, 73), 'N' bS < 4 with tc = 3 (69, 71).
+
+template <class T, class Call>
+std::string chromaOutcome(bool vertical, int w, int h, Call call) {
+    constexpr int kStep = 24;
+    static const int kPattern[4] = {74, 75, 64, 66};  // q0 q1 p1 p0 by position mod 4
+    std::vector<T> buf(kStep * 24);
+    T* block = buf.data() + 4 * kStep + 4;
+    for (int y = -4; y < h + 4; ++y)
+        for (int x = -4; x < w + 4; ++x)
+            block[y * kStep + x] = static_cast<T>(kPattern[((vertical ? x : y) + 4) % 4]);
+    EXPECT_EQ(call(block, kStep), ZubStatusOk);
+    std::string out;
+    const int edges = (vertical ? w : h) / 4, lines = vertical ? h : w;
+    for (int e = 0; e < edges; ++e) {
+        if (e) out += '|';
+        for (int i = 0; i < lines; ++i) {
+            const ptrdiff_t q = vertical ? i * kStep + 4 * e : 4 * e * kStep + i;
+            const int p0 = block[q - (vertical ? 1 : kStep)], q0 = block[q];
+            out += p0 == 66 && q0 == 74 ? '.' : p0 == 67 && q0 == 72 ? 'S' : p0 == 67 && q0 == 73 ? 'n'
+                 : p0 == 69 && q0 == 71 ? 'N' : '?';
+        }
+    }
+    return out;
+}
+
+Thresholds chromaCase(std::initializer_list<int> bS, std::initializer_list<int> tc0) {
+    Thresholds t;
+    t.alpha[0] = t.alpha[1] = 20;
+    t.beta[0] = t.beta[1] = 7;
+    int i = 0;
+    for (int b : bS) t.bS[i++] = static_cast<uint8_t>(b);
+    i = 0;
+    for (int c : tc0) t.tc0[i++] = c;
+    return t;
+}
+
+// 8u and 16u give the same outcome string.
+std::string outcome8u16u(Kind kind, Fn16u fn16, const Thresholds& t) {
+    const bool vertical = isVertical(kind);
+    const auto [w, h] = blockSize(kind);
+    const std::string a =
+        chromaOutcome<Zub8u>(vertical, w, h, [&](Zub8u* b, int step) { return call8u(kind, b, step, t); });
+    const std::string b = chromaOutcome<Zub16u>(vertical, w, h,
+                                                [&](Zub16u* p, int step) { return call16u(fn16, p, step, t, 9); });
+    EXPECT_EQ(a, b);
+    return a;
+}
+
+TEST(DeblockChroma, HorizontalEdgesTakeBs4FromByte0Only) {
+    const Fn16u hor = zubiFilterDeblockingChromaHorEdge_H264_16u_C1IR;
+    // bS 4, 0, 0, 0: all eight columns of the top edge strong.
+    EXPECT_EQ(outcome8u16u(Kind::ChromaHor, hor, chromaCase({4, 0, 0, 0}, {})), "SSSSSSSS|........");
+    // Byte 0 not 4: a byte of 4 gets the bS < 4 filter; the internal edge reads
+    // bytes 8..11 (not 4..7) and never filters strongly.
+    const Thresholds t = chromaCase({1, 4, 0, 2, 4, 4, 4, 4, 4, 0, 0, 3}, {0, 2, 0, 2, 0, 0, 0, 2});
+    EXPECT_EQ(outcome8u16u(Kind::ChromaHor, hor, t), "nnNN..NN|nn....NN");
+    // The vertical edges test bS = 4 per row pair, same bytes.
+    EXPECT_EQ(outcome8u16u(Kind::ChromaVer, zubiFilterDeblockingChromaVerEdge_H264_16u_C1IR, t), "nnSS..NN|SS....NN");
+}
+
+TEST(DeblockChroma, FourTwoTwoEdges) {
+    // Horizontal: edge e reads bytes 4e..4e + 3 and is strong as a whole when
+    // byte 4e is 4 (the internal edge 2 included).
+    const Thresholds h = chromaCase({4, 1, 1, 1, 0, 4, 0, 0, 4, 0, 0, 0, 2, 0, 0, 1},
+                                    {0, 0, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2});
+    EXPECT_EQ(outcome8u16u(Kind::Chroma422Hor, zubiFilterDeblockingChroma422HorEdge_H264_16u_C1IR, h),
+              "SSSSSSSS|..NN....|SSSSSSSS|nn....NN");
+    // Vertical: edge k reads bytes 8k..8k + 3, one per four rows, bS = 4 per run.
+    const Thresholds v = chromaCase({1, 4, 0, 2, 4, 4, 4, 4, 0, 4, 3, 0}, {0, 0, 0, 2, 0, 0, 2, 0});
+    EXPECT_EQ(outcome8u16u(Kind::Chroma422Ver, zubiFilterDeblockingChroma422VerEdge_H264_16u_C1IR, v),
+              "nnnnSSSS....NNNN|....SSSSNNNN....");
+}
+
+TEST(DeblockChroma, MbaffEdgeOneBsPerRow) {
+    const Thresholds t = chromaCase({4, 0, 1, 3, 9, 9, 9, 9}, {0, 0, 0, 2});
+    // One edge only: column 4 is left alone.
+    EXPECT_EQ(outcome8u16u(Kind::ChromaMbaff, zubiFilterDeblockingChromaVerEdgeMBAFF_H264_16u_C1IR, t), "S.nN|....");
+}
+
 }  // namespace
