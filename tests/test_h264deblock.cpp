@@ -614,4 +614,253 @@ TEST(DeblockChroma, MbaffEdgeOneBsPerRow) {
     EXPECT_EQ(outcome8u16u(Kind::ChromaMbaff, zubiFilterDeblockingChromaVerEdgeMBAFF_H264_16u_C1IR, t), "S.nN|....");
 }
 
+// ---- argument checks -------------------------------------------------------------
+// A block whose every line would be filtered, so that any write shows.
+
+struct ArgFixture {
+    std::vector<Zub8u> buf8 = std::vector<Zub8u>(40 * 40);
+    std::vector<Zub16u> buf16 = std::vector<Zub16u>(40 * 40);
+    Zub8u alpha8[2] = {40, 40}, beta8[2] = {9, 9}, tc8[16] = {}, bS[16] = {};
+    Zub16u alpha16[2] = {40, 40}, beta16[2] = {9, 9}, tc16[16] = {};
+    ArgFixture() {
+        for (size_t i = 0; i < buf8.size(); ++i) buf8[i] = buf16[i] = static_cast<Zub8u>(i % 3 == 0 ? 60 : 64);
+        std::fill(std::begin(bS), std::end(bS), 2);
+        std::fill(std::begin(tc8), std::end(tc8), 2);
+        std::fill(std::begin(tc16), std::end(tc16), 2);
+    }
+    Zub8u* b8() { return buf8.data() + 8 * 40 + 8; }
+    Zub16u* b16() { return buf16.data() + 8 * 40 + 8; }
+    H264DeblockingParams rec8() { return {b8(), 40, alpha8, beta8, tc8, bS, 8}; }
+    H264DeblockingParams rec16() { return {b16(), 40, alpha16, beta16, tc16, bS, 10}; }
+    bool untouched() const {
+        for (size_t i = 0; i < buf8.size(); ++i)
+            if (buf8[i] != (i % 3 == 0 ? 60 : 64) || buf16[i] != buf8[i]) return false;
+        return true;
+    }
+};
+
+using Plain8u = ZubStatus (*)(Zub8u*, Zub32s, const Zub8u*, const Zub8u*, const Zub8u*, const Zub8u*);
+using Mbaff8u = ZubStatus (*)(Zub8u*, Zub32s, Zub8u, Zub8u, const Zub8u*, const Zub8u*);
+
+TEST(DeblockArgs, PlainMembersTestTheirPointersOnly) {
+    for (Plain8u fn : {zubiFilterDeblockingLuma_VerEdge_H264_8u_C1IR, zubiFilterDeblockingLuma_HorEdge_H264_8u_C1IR,
+                       zubiFilterDeblockingChroma_VerEdge_H264_8u_C1IR,
+                       zubiFilterDeblockingChroma_HorEdge_H264_8u_C1IR}) {
+        ArgFixture f;
+        EXPECT_EQ(fn(nullptr, 40, f.alpha8, f.beta8, f.tc8, f.bS), ZubStatusNullPointer);
+        EXPECT_EQ(fn(f.b8(), 40, nullptr, f.beta8, f.tc8, f.bS), ZubStatusNullPointer);
+        EXPECT_EQ(fn(f.b8(), 40, f.alpha8, nullptr, f.tc8, f.bS), ZubStatusNullPointer);
+        EXPECT_EQ(fn(f.b8(), 40, f.alpha8, f.beta8, nullptr, f.bS), ZubStatusNullPointer);
+        EXPECT_EQ(fn(f.b8(), 40, f.alpha8, f.beta8, f.tc8, nullptr), ZubStatusNullPointer);
+        EXPECT_TRUE(f.untouched());
+        // The step is not checked: with step 0 every row is row 0.
+        EXPECT_EQ(fn(f.b8(), 0, f.alpha8, f.beta8, f.tc8, f.bS), ZubStatusOk);
+        EXPECT_EQ(fn(f.b8(), 40, f.alpha8, f.beta8, f.tc8, f.bS), ZubStatusOk);
+        EXPECT_FALSE(f.untouched());
+    }
+}
+
+TEST(DeblockArgs, MbaffMembersReturnEarlyAfterTheNullTests) {
+    for (Mbaff8u fn : {zubiFilterDeblockingLuma_VerEdge_MBAFF_H264_8u_C1IR,
+                       zubiFilterDeblockingChroma_VerEdge_MBAFF_H264_8u_C1IR}) {
+        ArgFixture f;
+        EXPECT_EQ(fn(nullptr, 40, 40, 9, f.tc8, f.bS), ZubStatusNullPointer);
+        EXPECT_EQ(fn(f.b8(), 40, 0, 9, nullptr, f.bS), ZubStatusNullPointer);  // nulls before alpha = 0
+        EXPECT_EQ(fn(f.b8(), 40, 0, 9, f.tc8, nullptr), ZubStatusNullPointer);
+        EXPECT_EQ(fn(f.b8(), 40, 0, 9, f.tc8, f.bS), ZubStatusOk);  // alpha = 0
+        const Zub8u zero[16] = {0, 0, 0, 0, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4};
+        EXPECT_EQ(fn(f.b8(), 40, 40, 9, f.tc8, zero), ZubStatusOk);  // first four bS bytes zero
+        EXPECT_TRUE(f.untouched());
+        EXPECT_EQ(fn(f.b8(), 40, 40, 9, f.tc8, f.bS), ZubStatusOk);
+        EXPECT_FALSE(f.untouched());
+    }
+}
+
+// Record members: the record, then srcDst, alpha, beta, thresholds, bS.
+template <class MakeRec>
+void expectRecordNullChecks(Fn16u fn, ArgFixture& f, MakeRec make) {
+    EXPECT_EQ(fn(nullptr), ZubStatusNullPointer);
+    for (int i = 0; i < 5; ++i) {
+        H264DeblockingParams r = make();
+        r.srcDstStep = 0;  // a null pointer is reported before a bad step
+        if (i == 0) r.srcDst = nullptr;
+        if (i == 1) r.alpha = nullptr;
+        if (i == 2) r.beta = nullptr;
+        if (i == 3) r.thresholds = nullptr;
+        if (i == 4) r.bS = nullptr;
+        EXPECT_EQ(fn(&r), ZubStatusNullPointer) << i;
+    }
+    EXPECT_TRUE(f.untouched());
+}
+
+TEST(DeblockArgs, RecordMembers8uTestPointersNotTheStep) {
+    for (Fn16u fn : {zubiFilterDeblockingChroma422VerEdge_H264_8u_C1IR,
+                     zubiFilterDeblockingChroma422HorEdge_H264_8u_C1IR}) {
+        ArgFixture f;
+        expectRecordNullChecks(fn, f, [&] { return f.rec8(); });
+        H264DeblockingParams r = f.rec8();
+        r.srcDstStep = -40;  // rows upwards
+        r.srcDst = f.b8() + 15 * 40;
+        EXPECT_EQ(fn(&r), ZubStatusOk);
+        EXPECT_FALSE(f.untouched());
+    }
+}
+
+TEST(DeblockArgs, Members16uTestPointersThenStep) {
+    for (const auto& m : kMembers16u) {
+        SCOPED_TRACE(m.name);
+        ArgFixture f;
+        expectRecordNullChecks(m.fn, f, [&] { return f.rec16(); });
+        for (int step : {0, -1, -40}) {
+            H264DeblockingParams r = f.rec16();
+            r.srcDstStep = step;
+            if (m.kind == Kind::ChromaMbaff) {
+                // The one member without the step test.  Step -40 filters the
+                // rows upwards from the given sample; 0 filters row 0 four times.
+                EXPECT_EQ(m.fn(&r), ZubStatusOk);
+            } else {
+                EXPECT_EQ(m.fn(&r), ZubStatusBadStep);
+                EXPECT_TRUE(f.untouched());
+            }
+        }
+        if (m.kind == Kind::LumaMbaff) {
+            // The step test comes before the early return for alpha = 0.
+            const Zub16u zeroAlpha = 0;
+            H264DeblockingParams r = f.rec16();
+            r.alpha = &zeroAlpha;
+            EXPECT_EQ(m.fn(&r), ZubStatusOk);
+            r.srcDstStep = 0;
+            EXPECT_EQ(m.fn(&r), ZubStatusBadStep);
+            EXPECT_TRUE(f.untouched());
+        }
+        H264DeblockingParams r = f.rec16();
+        EXPECT_EQ(m.fn(&r), ZubStatusOk);
+        EXPECT_FALSE(f.untouched());
+    }
+}
+
+TEST(DeblockArgs, FourTwoTwoMbaffEntriesAreNotImplemented) {
+    ArgFixture f;
+    const H264DeblockingParams r8 = f.rec8(), r16 = f.rec16();
+    EXPECT_EQ(zubiFilterDeblockingChroma422VerEdgeMBAFF_H264_8u_C1IR(&r8), ZubStatusNotImplemented);
+    EXPECT_EQ(zubiFilterDeblockingChroma422VerEdgeMBAFF_H264_8u_C1IR(nullptr), ZubStatusNotImplemented);
+    EXPECT_EQ(zubiFilterDeblockingChroma422VerEdgeMBAFF_H264_16u_C1IR(&r16), ZubStatusNotImplemented);
+    EXPECT_EQ(zubiFilterDeblockingChroma422VerEdgeMBAFF_H264_16u_C1IR(nullptr), ZubStatusNotImplemented);
+    EXPECT_TRUE(f.untouched());
+}
+
+// ---- a decoded picture --------------------------------------------------------------
+// A 4 x 3 macroblock picture of blocky content (a level per 4 x 4 block plus
+// noise), deblocked in the caller's order: per macroblock in raster order,
+// the vertical edges of luma and both chroma planes, then their horizontal
+// edges.  Edges on the picture border have bS 0, and the planes have no
+// margin, so a read beyond them would show under the sanitizers.
+
+struct MbDeblock {
+    Thresholds lumaVer, lumaHor, chromaVer, chromaHor;
+};
+
+template <class T>
+struct PictureCase {
+    int chromaRows;  // 8 (4:2:0) or 16 (4:2:2) per macroblock
+    int bitDepth;
+    static constexpr int kMbW = 4, kMbH = 3;
+    std::vector<T> planes[3];
+    std::vector<MbDeblock> mbs;
+
+    PictureCase(int chromaRowsPerMb, int depth, uint32_t seed) : chromaRows(chromaRowsPerMb), bitDepth(depth) {
+        std::mt19937 rng(seed);
+        auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+        const int scale = 1 << (bitDepth - 8), maxVal = (1 << bitDepth) - 1;
+        for (int c = 0; c < 3; ++c) {
+            const int w = c ? 8 * kMbW : 16 * kMbW, h = c ? chromaRows * kMbH : 16 * kMbH;
+            planes[c].resize(static_cast<size_t>(w) * h);
+            std::vector<int> level((w / 4) * (h / 4));
+            for (auto& l : level) l = pick(40, 200) * scale;
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x) {
+                    const int base = level[(y / 4) * (w / 4) + x / 4];
+                    planes[c][static_cast<size_t>(y) * w + x] =
+                        static_cast<T>(std::clamp(base / 4 + 90 * scale + pick(-3, 3) * scale, 0, maxVal));
+                }
+        }
+        for (int mb = 0; mb < kMbW * kMbH; ++mb) {
+            MbDeblock d;
+            for (Thresholds* t : {&d.lumaVer, &d.lumaHor, &d.chromaVer, &d.chromaHor}) {
+                for (int i = 0; i < 2; ++i) {
+                    t->alpha[i] = pick(8, 60) * scale;
+                    t->beta[i] = pick(2, 12) * scale;
+                }
+                for (int i = 0; i < 16; ++i) {
+                    t->bS[i] = static_cast<uint8_t>(i < 4 ? pick(0, 4) : pick(0, 3));
+                    t->tc0[i] = pick(0, 6) * scale;
+                }
+            }
+            // Chroma edges use the luma bS of their direction.
+            std::copy(std::begin(d.lumaVer.bS), std::end(d.lumaVer.bS), d.chromaVer.bS);
+            std::copy(std::begin(d.lumaHor.bS), std::end(d.lumaHor.bS), d.chromaHor.bS);
+            for (Thresholds* t : {&d.lumaVer, &d.chromaVer})
+                if (mb % kMbW == 0) std::fill(t->bS, t->bS + 4, 0);  // left picture edge
+            for (Thresholds* t : {&d.lumaHor, &d.chromaHor})
+                if (mb < kMbW) std::fill(t->bS, t->bS + 4, 0);  // top picture edge
+            mbs.push_back(d);
+        }
+    }
+
+    // filter(kind, plane, block origin, step, thresholds) is the library or the model.
+    template <class Filter>
+    void deblock(Filter filter) {
+        const Kind cVer = chromaRows == 8 ? Kind::ChromaVer : Kind::Chroma422Ver;
+        const Kind cHor = chromaRows == 8 ? Kind::ChromaHor : Kind::Chroma422Hor;
+        for (int mb = 0; mb < kMbW * kMbH; ++mb) {
+            const int mx = mb % kMbW, my = mb / kMbW;
+            T* luma = planes[0].data() + static_cast<size_t>(16 * my) * 16 * kMbW + 16 * mx;
+            T* cb = planes[1].data() + static_cast<size_t>(chromaRows * my) * 8 * kMbW + 8 * mx;
+            T* cr = planes[2].data() + (cb - planes[1].data());
+            const MbDeblock& d = mbs[mb];
+            filter(Kind::LumaVer, luma, 16 * kMbW, d.lumaVer);
+            filter(cVer, cb, 8 * kMbW, d.chromaVer);
+            filter(cVer, cr, 8 * kMbW, d.chromaVer);
+            filter(Kind::LumaHor, luma, 16 * kMbW, d.lumaHor);
+            filter(cHor, cb, 8 * kMbW, d.chromaHor);
+            filter(cHor, cr, 8 * kMbW, d.chromaHor);
+        }
+    }
+};
+
+template <class T, class LibFilter>
+void checkPicture(int chromaRows, int bitDepth, uint32_t seed, LibFilter libFilter) {
+    PictureCase<T> lib(chromaRows, bitDepth, seed), model = lib;
+    const int maxVal = (1 << bitDepth) - 1;
+    lib.deblock(libFilter);
+    model.deblock([&](Kind k, T* block, int step, const Thresholds& t) {
+        modelMember(k, Picture<T>{block, step}, t, maxVal);
+    });
+    const PictureCase<T> input(chromaRows, bitDepth, seed);
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_EQ(lib.planes[c], model.planes[c]) << "plane " << c;
+        EXPECT_NE(lib.planes[c], input.planes[c]) << "plane " << c << " was filtered";
+    }
+}
+
+TEST(DeblockPicture, MacroblockByMacroblockEqualsModel) {
+    auto lib8u = [](Kind k, Zub8u* block, int step, const Thresholds& t) {
+        ASSERT_EQ(call8u(k, block, step, t), ZubStatusOk);
+    };
+    auto lib16u = [](int bitDepth) {
+        return [bitDepth](Kind k, Zub16u* block, int step, const Thresholds& t) {
+            for (const auto& m : kMembers16u)
+                if (m.kind == k) {
+                    ASSERT_EQ(call16u(m.fn, block, step, t, bitDepth), ZubStatusOk);
+                }
+        };
+    };
+    for (uint32_t seed = 1; seed <= 20; ++seed) {
+        checkPicture<Zub8u>(8, 8, seed, lib8u);
+        checkPicture<Zub8u>(16, 8, seed, lib8u);
+        checkPicture<Zub16u>(8, 10, seed, lib16u(10));
+        checkPicture<Zub16u>(16, 12, seed, lib16u(12));
+    }
+}
+
 }  // namespace
