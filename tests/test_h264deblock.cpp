@@ -353,10 +353,6 @@ void checkAgainstModel(Kind kind, int bitDepth, int iterations, uint32_t seed, C
         }
     }
     // The data reached the cases that matter.
-    if (std::getenv("DEBLOCK_COV"))
-        printf("lines %ld filt %ld strongFull %ld weak4 %ld aEq %ld bEq %ld apEq %ld sEq %ld sat %ld\n", gCov.lines,
-               gCov.filtered, gCov.strongFull, gCov.weakBs4, gCov.alphaEq, gCov.betaEq, gCov.apEq, gCov.strongEq,
-               gCov.saturated);
     EXPECT_GT(gCov.filtered * 4, gCov.lines) << "filtering happens often";
     EXPECT_GT(gCov.alphaEq, 0);
     EXPECT_GT(gCov.betaEq, 0);
@@ -373,7 +369,7 @@ TEST(Deblock8u, EveryMemberMatchesModelOnRandomMacroblocks) {
     uint32_t seed = 100;
     for (const auto& m : kMembers8u) {
         SCOPED_TRACE(m.name);
-        checkAgainstModel<Zub8u>(m.kind, 8, 4000, seed++, [&](Zub8u* src, int step, const Thresholds& t) {
+        checkAgainstModel<Zub8u>(m.kind, 8, 2500, seed++, [&](Zub8u* src, int step, const Thresholds& t) {
             return call8u(m.kind, src, step, t);
         });
     }
@@ -384,7 +380,7 @@ TEST(Deblock16u, EveryMemberMatchesModelAtBitDepths8To14) {
     for (const auto& m : kMembers16u)
         for (int bd = 8; bd <= 14; ++bd) {
             SCOPED_TRACE(std::string(m.name) + " bit depth " + std::to_string(bd));
-            checkAgainstModel<Zub16u>(m.kind, bd, 800, seed++, [&](Zub16u* src, int step, const Thresholds& t) {
+            checkAgainstModel<Zub16u>(m.kind, bd, 500, seed++, [&](Zub16u* src, int step, const Thresholds& t) {
                 return call16u(m.fn, src, step, t, bd);
             });
         }
@@ -426,29 +422,25 @@ Thresholds firstRun(int bS, int alpha, int beta, int tc0) {
     return t;
 }
 
-// The line through a luma member (8u Ver/Hor and 16u Ver/Hor agree).
-std::vector<Line> lumaResults(const Line& in, const Thresholds& t, int bitDepth) {
+// The line through the luma (or chroma) vertical- and horizontal-edge
+// members, 8u and 16u: four results that must each equal the expectation.
+std::vector<Line> lineResults(bool luma, const Line& in, const Thresholds& t, int bitDepth) {
+    const Kind kinds[2] = {luma ? Kind::LumaVer : Kind::ChromaVer, luma ? Kind::LumaHor : Kind::ChromaHor};
+    const Fn16u fns[2] = {
+        luma ? zubiFilterDeblockingLumaVerEdge_H264_16u_C1IR : zubiFilterDeblockingChromaVerEdge_H264_16u_C1IR,
+        luma ? zubiFilterDeblockingLumaHorEdge_H264_16u_C1IR : zubiFilterDeblockingChromaHorEdge_H264_16u_C1IR};
+    const int runLen = luma ? 4 : 2;
     std::vector<Line> r;
-    for (Kind k : {Kind::LumaVer, Kind::LumaHor})
-        r.push_back(filterLine<Zub8u>(in, k == Kind::LumaVer, 4,
-                                      [&](Zub8u* b, int step) { return call8u(k, b, step, t); }));
-    for (Fn16u fn : {zubiFilterDeblockingLumaVerEdge_H264_16u_C1IR, zubiFilterDeblockingLumaHorEdge_H264_16u_C1IR})
-        r.push_back(filterLine<Zub16u>(in, fn == zubiFilterDeblockingLumaVerEdge_H264_16u_C1IR, 4,
-                                       [&](Zub16u* b, int step) { return call16u(fn, b, step, t, bitDepth); }));
+    for (int v = 0; v < 2; ++v) {
+        r.push_back(filterLine<Zub8u>(in, v == 0, runLen,
+                                      [&](Zub8u* b, int step) { return call8u(kinds[v], b, step, t); }));
+        r.push_back(filterLine<Zub16u>(in, v == 0, runLen,
+                                       [&](Zub16u* b, int step) { return call16u(fns[v], b, step, t, bitDepth); }));
+    }
     return r;
 }
-
-std::vector<Line> chromaResults(const Line& in, const Thresholds& t, int bitDepth) {
-    std::vector<Line> r;
-    for (Kind k : {Kind::ChromaVer, Kind::ChromaHor})
-        r.push_back(filterLine<Zub8u>(in, k == Kind::ChromaVer, 2,
-                                      [&](Zub8u* b, int step) { return call8u(k, b, step, t); }));
-    for (Fn16u fn :
-         {zubiFilterDeblockingChromaVerEdge_H264_16u_C1IR, zubiFilterDeblockingChromaHorEdge_H264_16u_C1IR})
-        r.push_back(filterLine<Zub16u>(in, fn == zubiFilterDeblockingChromaVerEdge_H264_16u_C1IR, 2,
-                                       [&](Zub16u* b, int step) { return call16u(fn, b, step, t, bitDepth); }));
-    return r;
-}
+std::vector<Line> lumaResults(const Line& in, const Thresholds& t, int bd) { return lineResults(true, in, t, bd); }
+std::vector<Line> chromaResults(const Line& in, const Thresholds& t, int bd) { return lineResults(false, in, t, bd); }
 
 const Line kRamp = {60, 62, 64, 66, 74, 75, 76, 77};
 

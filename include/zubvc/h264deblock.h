@@ -23,7 +23,7 @@
  *    kept to the width of the threshold element: 8 bits for 8u, 16 bits for
  *    16u (so a tc0 of 255, resp. 65535, wraps; real tc0 values never do).
  *
- * Rows steps of the 8u functions count bytes and are not checked; those of
+ * Row steps of the 8u functions count bytes and are not checked; those of
  * the 16u functions count samples and must be at least 1 (-14).
  */
 #ifndef ZUBVC_H264DEBLOCK_H
