@@ -1,0 +1,282 @@
+// The H.264 deblocking filter (clause 8.7.2), shared by the 8-bit and the
+// high-bit-depth members and by the vertical and horizontal edges.
+//
+// One template over the sample type T (uint8_t or uint16_t) serves both
+// sizes; the thresholds alpha, beta and tc0 have the sample's element type
+// too.  A line of samples across an edge is reached through a pointer to q0
+// and the sample stride across the edge: p_i = q[-(i + 1) * across],
+// q_i = q[i * across].  Vertical edges take across = 1 and step along the
+// edge by the row step; horizontal edges the other way round.  Nothing here
+// checks its arguments: the exported functions do that first.
+#ifndef ZUBVC_H264_DEBLOCKING_H
+#define ZUBVC_H264_DEBLOCKING_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "../common/sample.h"
+#include "zubvc.h"
+
+namespace zub::deblock {
+
+// How an edge chooses the strong (bS = 4) filter.
+enum class Strong {
+    PerRun,     // each run whose bS byte is 4
+    WholeEdge,  // the whole edge when bS byte 0 is 4, else never (chroma HorEdge top edge, 4:2:2 HorEdge)
+    Never       // never (chroma 4:2:0 HorEdge internal edge)
+};
+
+// Saturation of the filtered p0 and q0 of the bS < 4 filters: through
+// ClampTbl for bytes (the value lies in -255..510), to 0..maxVal otherwise.
+template <class T>
+inline T saturate(int v, int maxVal) {
+    if constexpr (sizeof(T) == 1) {
+        (void)maxVal;
+        return ClampTbl[v + 256];
+    } else {
+        return static_cast<T>(clip(v, maxVal));
+    }
+}
+
+// True when the four bS bytes of an edge are all zero.
+inline bool edgeIsZero(const Zub8u* bS) {
+    uint32_t word;
+    std::memcpy(&word, bS, sizeof word);
+    return word == 0;
+}
+
+// |d| < t as one unsigned comparison (d lies in -(t - 1)..t - 1); t >= 1,
+// which filterEdge ensures by passing over edges with alpha or beta zero.
+inline bool below(int d, int t) { return static_cast<unsigned>(d + t - 1) < static_cast<unsigned>(2 * t - 1); }
+inline int clampDelta(int v, int t) { return v < -t ? -t : (v > t ? t : v); }
+
+// filterSamplesFlag of clause 8.7.2: all three tests are strict.  Evaluated
+// without short cuts, so that a line costs one branch.
+inline bool filterSamples(int p1, int p0, int q0, int q1, int alpha, int beta) {
+    return below(p0 - q0, alpha) & below(p1 - p0, beta) & below(q1 - q0, beta);
+}
+
+// The p0/q0 step of the bS < 4 filters: delta clipped to -tc..tc.
+template <class T>
+inline void deltaStep(T* q, ptrdiff_t x, int p1, int p0, int q0, int q1, int tc, int maxVal) {
+    const int delta = clampDelta(((q0 - p0) * 4 + (p1 - q1) + 4) >> 3, tc);
+    q[-x] = saturate<T>(p0 + delta, maxVal);
+    q[0] = saturate<T>(q0 - delta, maxVal);
+}
+
+// Luma, bS < 4 (clause 8.7.2.3).  tc = tc0 + ap + aq is kept to the width of
+// T, like the threshold it is formed from.
+template <class T>
+inline void lumaNormal(T* q, ptrdiff_t x, int alpha, int beta, int tc0, int maxVal) {
+    const int p1 = q[-2 * x], p0 = q[-x], q0 = q[0], q1 = q[x];
+    if (!filterSamples(p1, p0, q0, q1, alpha, beta)) return;
+    const int p2 = q[-3 * x], q2 = q[2 * x];
+    const bool ap = below(p2 - p0, beta);
+    const bool aq = below(q2 - q0, beta);
+    // p1 and q1 take p0 and q0 as they were before the delta step.
+    const int avg = (p0 + q0 + 1) >> 1;
+    // Written whether or not they change: stores are cheaper than the
+    // unpredictable branches on ap and aq.
+    const int np1 = p1 + clampDelta((p2 + avg - 2 * p1) >> 1, tc0);
+    const int nq1 = q1 + clampDelta((q2 + avg - 2 * q1) >> 1, tc0);
+    q[-2 * x] = static_cast<T>(ap ? np1 : p1);
+    q[x] = static_cast<T>(aq ? nq1 : q1);
+    deltaStep(q, x, p1, p0, q0, q1, static_cast<T>(tc0 + ap + aq), maxVal);
+}
+
+// Luma, bS = 4 (clause 8.7.2.4).
+template <class T>
+inline void lumaStrong(T* q, ptrdiff_t x, int alpha, int beta) {
+    const int p1 = q[-2 * x], p0 = q[-x], q0 = q[0], q1 = q[x];
+    if (!filterSamples(p1, p0, q0, q1, alpha, beta)) return;
+    const int p2 = q[-3 * x], q2 = q[2 * x];
+    const bool strong = below(p0 - q0, (alpha >> 2) + 2);
+    if (strong && below(p2 - p0, beta)) {
+        const int p3 = q[-4 * x];
+        q[-x] = static_cast<T>((p2 + 2 * p1 + 2 * p0 + 2 * q0 + q1 + 4) >> 3);
+        q[-2 * x] = static_cast<T>((p2 + p1 + p0 + q0 + 2) >> 2);
+        q[-3 * x] = static_cast<T>((2 * p3 + 3 * p2 + p1 + p0 + q0 + 4) >> 3);
+    } else {
+        q[-x] = static_cast<T>((2 * p1 + p0 + q1 + 2) >> 2);
+    }
+    if (strong && below(q2 - q0, beta)) {
+        const int q3 = q[3 * x];
+        q[0] = static_cast<T>((p1 + 2 * p0 + 2 * q0 + 2 * q1 + q2 + 4) >> 3);
+        q[x] = static_cast<T>((p0 + q0 + q1 + q2 + 2) >> 2);
+        q[2 * x] = static_cast<T>((2 * q3 + 3 * q2 + q1 + q0 + p0 + 4) >> 3);
+    } else {
+        q[0] = static_cast<T>((2 * q1 + q0 + p1 + 2) >> 2);
+    }
+}
+
+// Chroma, bS < 4: tc = tc0 + 1, kept to the width of T.
+template <class T>
+inline void chromaNormal(T* q, ptrdiff_t x, int alpha, int beta, int tc0, int maxVal) {
+    const int p1 = q[-2 * x], p0 = q[-x], q0 = q[0], q1 = q[x];
+    if (!filterSamples(p1, p0, q0, q1, alpha, beta)) return;
+    deltaStep(q, x, p1, p0, q0, q1, static_cast<T>(tc0 + 1), maxVal);
+}
+
+// Chroma, bS = 4.
+template <class T>
+inline void chromaStrong(T* q, ptrdiff_t x, int alpha, int beta) {
+    const int p1 = q[-2 * x], p0 = q[-x], q0 = q[0], q1 = q[x];
+    if (!filterSamples(p1, p0, q0, q1, alpha, beta)) return;
+    q[-x] = static_cast<T>((2 * p1 + p0 + q1 + 2) >> 2);
+    q[0] = static_cast<T>((2 * q1 + q0 + p1 + 2) >> 2);
+}
+
+// The lines of one run.  The run is short (1, 2 or 4 lines), so unrolling it
+// removes the loop-exit branch that the predictor misses once per run.
+// Lines are addressed as q + i * along, so no pointer beyond the last line is
+// ever formed.
+template <class T, bool Luma>
+inline void strongLines(T* q, ptrdiff_t across, ptrdiff_t along, int n, int alpha, int beta) {
+#pragma GCC unroll 4
+    for (int i = 0; i < n; ++i) {
+        if constexpr (Luma) lumaStrong(q + i * along, across, alpha, beta);
+        else chromaStrong(q + i * along, across, alpha, beta);
+    }
+}
+
+template <class T, bool Luma>
+inline void normalLines(T* q, ptrdiff_t across, ptrdiff_t along, int n, int alpha, int beta, int tc0,
+                        int maxVal) {
+#pragma GCC unroll 4
+    for (int i = 0; i < n; ++i) {
+        if constexpr (Luma) lumaNormal(q + i * along, across, alpha, beta, tc0, maxVal);
+        else chromaNormal(q + i * along, across, alpha, beta, tc0, maxVal);
+    }
+}
+
+// One edge of four runs of RunLen lines each.  q: q0 of the first line;
+// bS: the edge's four bS bytes; tc0: its four tc0 values.  An edge whose four
+// bS bytes are zero is passed over with one 32-bit test; so is one with alpha
+// or beta zero, where no line can pass the strict threshold tests.
+template <class T, bool Luma, Strong S, int RunLen>
+inline void filterEdge(T* q, ptrdiff_t across, ptrdiff_t along, int alpha, int beta, const Zub8u* bS,
+                       const T* tc0, int maxVal) {
+    if (edgeIsZero(bS) || alpha == 0 || beta == 0) return;
+    if constexpr (S == Strong::WholeEdge) {
+        if (bS[0] == 4) {
+            strongLines<T, Luma>(q, across, along, 4 * RunLen, alpha, beta);
+            return;
+        }
+    }
+    for (int r = 0; r < 4; ++r) {
+        const int b = bS[r];
+        if (b == 0) continue;
+        T* line = q + r * RunLen * along;
+        if (S == Strong::PerRun && b == 4) strongLines<T, Luma>(line, across, along, RunLen, alpha, beta);
+        else normalLines<T, Luma>(line, across, along, RunLen, alpha, beta, tc0[r], maxVal);
+    }
+}
+
+// ---- the macroblock members, geometry only ---------------------------------
+// src: top-left sample; step: row step in samples; pos: the edge's column
+// (Vertical) or row.
+
+template <class T, bool Luma, Strong S, int RunLen, bool Vertical>
+inline void edgeAt(T* src, ptrdiff_t step, int pos, int alpha, int beta, const Zub8u* bS, const T* tc0,
+                   int maxVal) {
+    if constexpr (Vertical)
+        filterEdge<T, Luma, S, RunLen>(src + pos, 1, step, alpha, beta, bS, tc0, maxVal);
+    else
+        filterEdge<T, Luma, S, RunLen>(src + pos * step, step, 1, alpha, beta, bS, tc0, maxVal);
+}
+
+// Luma: edges at 4e, bS and tc0 of edge e at 4e..4e + 3, bS = 4 per run.
+template <class T, bool Vertical>
+inline void lumaEdges(T* src, ptrdiff_t step, const T* alpha, const T* beta, const T* tc0, const Zub8u* bS,
+                      int maxVal) {
+    for (int e = 0; e < 4; ++e)
+        edgeAt<T, true, Strong::PerRun, 4, Vertical>(src, step, 4 * e, alpha[e > 0], beta[e > 0], bS + 4 * e,
+                                                     tc0 + 4 * e, maxVal);
+}
+
+// Chroma vertical edge k (column 4k) reuses the bS bytes of luma edge 2k:
+// one byte per row pair (4:2:0, RunLen 2) or per four rows (4:2:2, RunLen 4).
+template <class T, int RunLen>
+inline void chromaVerEdges(T* src, ptrdiff_t step, const T* alpha, const T* beta, const T* tc0, const Zub8u* bS,
+                           int maxVal) {
+    for (int k = 0; k < 2; ++k)
+        edgeAt<T, false, Strong::PerRun, RunLen, true>(src, step, 4 * k, alpha[k], beta[k], bS + 8 * k,
+                                                        tc0 + 4 * k, maxVal);
+}
+
+// 4:2:0 chroma horizontal edges: the top edge is filtered strongly as a
+// whole when bS byte 0 is 4; the internal edge (bS bytes 8..11) never is.
+template <class T>
+inline void chromaHorEdges(T* src, ptrdiff_t step, const T* alpha, const T* beta, const T* tc0,
+                           const Zub8u* bS, int maxVal) {
+    edgeAt<T, false, Strong::WholeEdge, 2, false>(src, step, 0, alpha[0], beta[0], bS, tc0, maxVal);
+    edgeAt<T, false, Strong::Never, 2, false>(src, step, 4, alpha[1], beta[1], bS + 8, tc0 + 4, maxVal);
+}
+
+// 4:2:2 chroma horizontal edges at rows 4e, each strong as a whole when its
+// first bS byte is 4.
+template <class T>
+inline void chroma422HorEdges(T* src, ptrdiff_t step, const T* alpha, const T* beta, const T* tc0,
+                              const Zub8u* bS, int maxVal) {
+    for (int e = 0; e < 4; ++e)
+        edgeAt<T, false, Strong::WholeEdge, 2, false>(src, step, 4 * e, alpha[e > 0], beta[e > 0], bS + 4 * e,
+                                                      tc0 + 4 * e, maxVal);
+}
+
+// MBAFF left edge, after the argument checks: alpha and beta are single
+// values; alpha = 0 or an all-zero bS word returns at once.  Luma takes one
+// bS byte per row pair, chroma one per row.
+template <class T, bool Luma>
+inline ZubStatus mbaffEdge(T* src, ptrdiff_t step, int alpha, int beta, const T* tc0, const Zub8u* bS,
+                           int maxVal) {
+    if (alpha == 0 || edgeIsZero(bS)) return ZubStatusOk;
+    filterEdge<T, Luma, Strong::PerRun, Luma ? 2 : 1>(src, 1, step, alpha, beta, bS, tc0, maxVal);
+    return ZubStatusOk;
+}
+
+template <class T>
+using MacroblockEdges = void (*)(T*, ptrdiff_t, const T*, const T*, const T*, const Zub8u*, int);
+
+// An 8u member with plain arguments: the six pointers are tested for null,
+// nothing else.
+template <MacroblockEdges<Zub8u> Edges>
+inline ZubStatus filterPlain8u(Zub8u* src, int step, const Zub8u* alpha, const Zub8u* beta, const Zub8u* tc0,
+                               const Zub8u* bS) {
+    if (!src || !alpha || !beta || !tc0 || !bS) return ZubStatusNullPointer;
+    Edges(src, step, alpha, beta, tc0, bS, 255);
+    return ZubStatusOk;
+}
+
+// Null test of an argument record: the record, then its five pointers.
+inline bool recordHasNull(const H264DeblockingParams* p) {
+    return !p || !p->srcDst || !p->alpha || !p->beta || !p->thresholds || !p->bS;
+}
+
+// Saturation maximum of a record: 255 for bytes; (1 << bitDepth) - 1 for
+// 16-bit samples, the unchecked bit depth taken as 0..16 so that the shift
+// stays defined.
+template <class T>
+inline int recordMaxVal(const H264DeblockingParams* p) {
+    if constexpr (sizeof(T) == 1) {
+        return 255;
+    } else {
+        const int bd = p->bitDepth < 0 ? 0 : (p->bitDepth > 16 ? 16 : p->bitDepth);
+        return (1 << bd) - 1;
+    }
+}
+
+// An exported member taking the argument record: null tests, the optional
+// step test (16u), then the edges.  Element types follow T.
+template <class T, MacroblockEdges<T> Edges, bool StepTest>
+inline ZubStatus filterRecord(const H264DeblockingParams* p) {
+    if (recordHasNull(p)) return ZubStatusNullPointer;
+    if (StepTest && p->srcDstStep < 1) return ZubStatusBadStep;
+    Edges(static_cast<T*>(p->srcDst), p->srcDstStep, static_cast<const T*>(p->alpha),
+          static_cast<const T*>(p->beta), static_cast<const T*>(p->thresholds), p->bS, recordMaxVal<T>(p));
+    return ZubStatusOk;
+}
+
+}  // namespace zub::deblock
+
+#endif
