@@ -3,6 +3,7 @@
 // library's.
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "decoder.h"
 #include "state.h"
@@ -41,14 +42,13 @@ void Decoder::deblockPicture() {
     auto qpOf = [&](size_t mb) { return s.kind[mb] == MbIPCM ? 0 : static_cast<int>(s.qp[mb]); };
     auto isIntra = [&](size_t mb) { return s.kind[mb] != MbInter; };
 
-    // bS of the edge between 4x4 blocks p and q (picture block indices) of
-    // macroblocks mp and mq; mbEdge: the edge is a macroblock edge.
-    auto strength = [&](size_t mp, size_t mq, size_t bp, size_t bq, int np, int nq, bool mbEdge) -> Zub8u {
-        if (isIntra(mp) || isIntra(mq)) return mbEdge ? 4 : 3;
-        if (s.nnz[mp * 24 + static_cast<size_t>(np)] || s.nnz[mq * 24 + static_cast<size_t>(nq)]) return 2;
-        if (s.refSerial[bp] != s.refSerial[bq]) return 1;
-        if (std::abs(s.mv[2 * bp] - s.mv[2 * bq]) >= 4 || std::abs(s.mv[2 * bp + 1] - s.mv[2 * bq + 1]) >= 4) return 1;
-        return 0;
+    const int16_t* mv = s.mv.data();
+    const uint32_t* serial = s.refSerial.data();
+    // bS 1 or 0 between two inter 4x4 blocks without coefficients: different
+    // reference pictures, or motion vectors four quarter samples apart.
+    auto motionBs = [&](size_t bp, size_t bq) -> Zub8u {
+        return serial[bp] != serial[bq] || std::abs(mv[2 * bp] - mv[2 * bq]) >= 4 ||
+               std::abs(mv[2 * bp + 1] - mv[2 * bq + 1]) >= 4;
     };
 
     for (int my = 0; my < s.hMbs; ++my)
@@ -62,22 +62,65 @@ void Decoder::deblockPicture() {
             const bool top = my > 0 && s.sliceNum[mb - w] >= 0 &&
                              (sp.disableDeblocking != 2 || s.sliceNum[mb - w] == s.sliceNum[mb]);
             const size_t blk0 = static_cast<size_t>(my) * 4 * s4 + static_cast<size_t>(mx) * 4;
+            const uint8_t* nz = &s.nnz[mb * 24];
             alignas(4) Zub8u bsV[16], bsH[16];
-            for (int e = 0; e < 4; ++e)
-                for (int k = 0; k < 4; ++k) {
-                    // Vertical edge e, rows 4k..4k+3: p left of column 4e.
-                    const size_t bq = blk0 + static_cast<size_t>(k) * s4 + e;
-                    if (e == 0)
-                        bsV[k] = left ? strength(mb - 1, mb, bq - 1, bq, k * 4 + 3, k * 4, true) : 0;
-                    else
-                        bsV[4 * e + k] = strength(mb, mb, bq - 1, bq, k * 4 + e - 1, k * 4 + e, false);
-                    // Horizontal edge e, columns 4k..4k+3: p above row 4e.
-                    const size_t hq = blk0 + static_cast<size_t>(e) * s4 + k;
-                    if (e == 0)
-                        bsH[k] = top ? strength(mb - w, mb, hq - s4, hq, 12 + k, k, true) : 0;
-                    else
-                        bsH[4 * e + k] = strength(mb, mb, hq - s4, hq, (e - 1) * 4 + k, e * 4 + k, false);
+            if (isIntra(mb)) {
+                for (int i = 0; i < 4; ++i) {
+                    bsV[i] = left ? 4 : 0;
+                    bsH[i] = top ? 4 : 0;
                 }
+                std::fill(bsV + 4, bsV + 16, Zub8u{3});
+                std::fill(bsH + 4, bsH + 16, Zub8u{3});
+            } else {
+                // Internal edges (clause 8.7.2.1): 2 with coefficients on either
+                // side, else the motion test.  A macroblock without luma
+                // coefficients whose blocks share one motion has none to filter.
+                uint64_t nzWords[2];
+                std::memcpy(nzWords, nz, 16);
+                bool uniform = (nzWords[0] | nzWords[1]) == 0;
+                for (int k = 0; k < 4 && uniform; ++k)
+                    for (int c = 0; c < 4; ++c) {
+                        const size_t b = blk0 + static_cast<size_t>(k) * s4 + c;
+                        if (serial[b] != serial[blk0] || mv[2 * b] != mv[2 * blk0] || mv[2 * b + 1] != mv[2 * blk0 + 1]) {
+                            uniform = false;
+                            break;
+                        }
+                    }
+                if (uniform) {
+                    std::fill(bsV + 4, bsV + 16, Zub8u{0});
+                    std::fill(bsH + 4, bsH + 16, Zub8u{0});
+                } else
+                for (int e = 1; e < 4; ++e)
+                    for (int k = 0; k < 4; ++k) {
+                        const size_t bq = blk0 + static_cast<size_t>(k) * s4 + e;
+                        bsV[4 * e + k] = (nz[k * 4 + e] | nz[k * 4 + e - 1]) ? 2 : motionBs(bq - 1, bq);
+                        const size_t hq = blk0 + static_cast<size_t>(e) * s4 + k;
+                        bsH[4 * e + k] = (nz[e * 4 + k] | nz[(e - 1) * 4 + k]) ? 2 : motionBs(hq - s4, hq);
+                    }
+                // Macroblock edges: 4 next to an intra macroblock.
+                if (!left) {
+                    std::fill(bsV, bsV + 4, Zub8u{0});
+                } else if (isIntra(mb - 1)) {
+                    std::fill(bsV, bsV + 4, Zub8u{4});
+                } else {
+                    const uint8_t* nzl = &s.nnz[(mb - 1) * 24];
+                    for (int k = 0; k < 4; ++k) {
+                        const size_t bq = blk0 + static_cast<size_t>(k) * s4;
+                        bsV[k] = (nz[k * 4] | nzl[k * 4 + 3]) ? 2 : motionBs(bq - 1, bq);
+                    }
+                }
+                if (!top) {
+                    std::fill(bsH, bsH + 4, Zub8u{0});
+                } else if (isIntra(mb - w)) {
+                    std::fill(bsH, bsH + 4, Zub8u{4});
+                } else {
+                    const uint8_t* nzt = &s.nnz[(mb - w) * 24];
+                    for (int k = 0; k < 4; ++k) {
+                        const size_t hq = blk0 + static_cast<size_t>(k);
+                        bsH[k] = (nz[k] | nzt[12 + k]) ? 2 : motionBs(hq - s4, hq);
+                    }
+                }
+            }
             const int qpq = qpOf(mb);
             const int qpLeft = left ? qpOf(mb - 1) : qpq, qpTop = top ? qpOf(mb - w) : qpq;
 
@@ -94,13 +137,22 @@ void Decoder::deblockPicture() {
                     tc0[i] = (b >= 1 && b <= 3) ? kTc0[idxA[i >= 4]][b - 1] : 0;
                 }
             };
+            uint64_t words[4];
+            std::memcpy(words, bsV, 16);
+            std::memcpy(words + 2, bsH, 16);
+            const bool anyV = (words[0] | words[1]) != 0, anyH = (words[2] | words[3]) != 0;
+            if (!anyV && !anyH) continue;
             uint8_t* y = f.plane[0] + static_cast<size_t>(my) * 16 * f.stride[0] + mx * 16;
             EdgeParams ep;
             Zub8u tc0[16];
-            lumaParams((qpLeft + qpq + 1) >> 1, qpq, bsV, ep, tc0);
-            zubiFilterDeblockingLuma_VerEdge_H264_8u_C1IR(y, f.stride[0], ep.alpha, ep.beta, tc0, bsV);
-            lumaParams((qpTop + qpq + 1) >> 1, qpq, bsH, ep, tc0);
-            zubiFilterDeblockingLuma_HorEdge_H264_8u_C1IR(y, f.stride[0], ep.alpha, ep.beta, tc0, bsH);
+            if (anyV) {
+                lumaParams((qpLeft + qpq + 1) >> 1, qpq, bsV, ep, tc0);
+                zubiFilterDeblockingLuma_VerEdge_H264_8u_C1IR(y, f.stride[0], ep.alpha, ep.beta, tc0, bsV);
+            }
+            if (anyH) {
+                lumaParams((qpTop + qpq + 1) >> 1, qpq, bsH, ep, tc0);
+                zubiFilterDeblockingLuma_HorEdge_H264_8u_C1IR(y, f.stride[0], ep.alpha, ep.beta, tc0, bsH);
+            }
 
             // Chroma: QPc of each macroblock, averaged across the edge.
             for (int c = 0; c < 2; ++c) {
@@ -124,10 +176,14 @@ void Decoder::deblockPicture() {
                 };
                 Zub8u tc[8];
                 const int cq = qpc(qpq);
-                chromaParams((qpc(qpLeft) + cq + 1) >> 1, cq, bsV, ep, tc);
-                zubiFilterDeblockingChroma_VerEdge_H264_8u_C1IR(u, f.stride[1 + c], ep.alpha, ep.beta, tc, bsV);
-                chromaParams((qpc(qpTop) + cq + 1) >> 1, cq, bsH, ep, tc);
-                zubiFilterDeblockingChroma_HorEdge_H264_8u_C1IR(u, f.stride[1 + c], ep.alpha, ep.beta, tc, bsH);
+                if (anyV) {
+                    chromaParams((qpc(qpLeft) + cq + 1) >> 1, cq, bsV, ep, tc);
+                    zubiFilterDeblockingChroma_VerEdge_H264_8u_C1IR(u, f.stride[1 + c], ep.alpha, ep.beta, tc, bsV);
+                }
+                if (anyH) {
+                    chromaParams((qpc(qpTop) + cq + 1) >> 1, cq, bsH, ep, tc);
+                    zubiFilterDeblockingChroma_HorEdge_H264_8u_C1IR(u, f.stride[1 + c], ep.alpha, ep.beta, tc, bsH);
+                }
             }
         }
 }

@@ -277,15 +277,21 @@ void MbDecoder::storeMotion(int x, int y, int w, int h, int ref, int mvx, int mv
     if (mvx <= -kMaxMv || mvx >= kMaxMv || mvy <= -kMaxMv || mvy >= kMaxMv)
         throw DecodeError("motion vector out of range");
     const uint32_t serial = refs_[static_cast<size_t>(ref)]->serial;
-    for (int by = y >> 2; by < (y + h) >> 2; ++by)
-        for (int bx = x >> 2; bx < (x + w) >> 2; ++bx) {
-            const size_t idx = static_cast<size_t>(mbY_ * 4 + by) * s_.stride4() + mbX_ * 4 + bx;
-            s_.refIdx[idx] = static_cast<int8_t>(ref);
-            s_.mv[2 * idx] = static_cast<int16_t>(mvx);
-            s_.mv[2 * idx + 1] = static_cast<int16_t>(mvy);
-            s_.refSerial[idx] = serial;
-            decoded |= 1u << (by * 4 + bx);
+    const int8_t ref8 = static_cast<int8_t>(ref);
+    const int16_t mv16[2] = {static_cast<int16_t>(mvx), static_cast<int16_t>(mvy)};
+    const int bx0 = x >> 2, bw = w >> 2;
+    for (int by = y >> 2; by < (y + h) >> 2; ++by) {
+        const size_t row = static_cast<size_t>(mbY_ * 4 + by) * s_.stride4() + mbX_ * 4 + bx0;
+        int8_t* r = s_.refIdx.data() + row;
+        int16_t* m = s_.mv.data() + 2 * row;
+        uint32_t* sr = s_.refSerial.data() + row;
+        for (int i = 0; i < bw; ++i) {
+            r[i] = ref8;
+            std::memcpy(m + 2 * i, mv16, sizeof mv16);
+            sr[i] = serial;
         }
+        decoded |= ((1u << bw) - 1u) << (by * 4 + bx0);
+    }
 }
 
 void MbDecoder::motionCompensate(int x, int y, int w, int h, int ref, int mvx, int mvy) {
