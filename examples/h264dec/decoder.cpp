@@ -146,14 +146,21 @@ void Decoder::parseSps(BitReader& br) {
     s.gapsAllowed = br.flag();
     s.widthMbs = static_cast<int>(br.ueMax(511, "pic_width_in_mbs_minus1")) + 1;
     s.heightMbs = static_cast<int>(br.ueMax(511, "pic_height_in_map_units_minus1")) + 1;
-    if (!br.flag()) throw DecodeError("interlaced coding is not supported");
+    s.frameMbsOnly = br.flag();
+    if (!s.frameMbsOnly) {
+        // Streams that may code fields: only frame pictures without
+        // macroblock-adaptive frame/field coding are decoded.
+        if (br.flag()) throw DecodeError("MBAFF coding is not supported");
+        s.heightMbs *= 2;
+    }
     if (s.widthMbs * s.heightMbs > 139264) throw DecodeError("picture too large");
     br.flag();  // direct_8x8_inference_flag
-    if (br.flag()) {  // frame_cropping_flag: CropUnitX = CropUnitY = 2 for 4:2:0 frames
+    if (br.flag()) {  // frame_cropping_flag: CropUnitX = 2, CropUnitY = 2 x (2 - frame_mbs_only_flag) for 4:2:0
+        const int unitY = s.frameMbsOnly ? 2 : 4;
         s.cropLeft = 2 * static_cast<int>(br.ueMax(8192, "frame_crop_left_offset"));
         s.cropRight = 2 * static_cast<int>(br.ueMax(8192, "frame_crop_right_offset"));
-        s.cropTop = 2 * static_cast<int>(br.ueMax(8192, "frame_crop_top_offset"));
-        s.cropBottom = 2 * static_cast<int>(br.ueMax(8192, "frame_crop_bottom_offset"));
+        s.cropTop = unitY * static_cast<int>(br.ueMax(8192, "frame_crop_top_offset"));
+        s.cropBottom = unitY * static_cast<int>(br.ueMax(8192, "frame_crop_bottom_offset"));
         if (s.cropLeft + s.cropRight >= 16 * s.widthMbs || s.cropTop + s.cropBottom >= 16 * s.heightMbs)
             throw DecodeError("bad frame cropping");
     }
@@ -171,7 +178,7 @@ void Decoder::parsePps(BitReader& br) {
     if (br.ue() != 0) throw DecodeError("slice groups are not supported");
     p.numRefIdxActive = static_cast<int>(br.ueMax(31, "num_ref_idx_l0_default_active_minus1")) + 1;
     br.ueMax(31, "num_ref_idx_l1_default_active_minus1");
-    if (br.flag()) throw DecodeError("weighted prediction is not supported");
+    p.weightedPred = br.flag();
     br.u(2);  // weighted_bipred_idc
     p.picInitQp = 26 + br.seRange(-26, 25, "pic_init_qp_minus26");
     br.seRange(-26, 25, "pic_init_qs_minus26");
@@ -205,6 +212,7 @@ void Decoder::parseSliceHeader(BitReader& br, SliceHeader& sh, int nalType, int 
     if (!pps.valid || !spsList_[pps.spsId].valid) throw DecodeError("slice refers to a missing parameter set");
     const Sps& sps = spsList_[pps.spsId];
     sh.frameNum = static_cast<int>(br.u(sps.log2MaxFrameNum));
+    if (!sps.frameMbsOnly && br.flag()) throw DecodeError("field pictures are not supported");
     if (sh.idr) sh.idrPicId = static_cast<int>(br.ueMax(65535, "idr_pic_id"));
     sh.deltaPocBottom = sh.deltaPoc[0] = sh.deltaPoc[1] = 0;
     if (sps.pocType == 0) {
@@ -228,6 +236,24 @@ void Decoder::parseSliceHeader(BitReader& br, SliceHeader& sh, int nalType, int 
                 if (sh.refMods.size() > 32) throw DecodeError("too many list modifications");
                 const uint32_t v = br.ueMax(idc == 2 ? 31u : 131071u, "abs_diff_pic_num_minus1");
                 sh.refMods.push_back({static_cast<int>(idc), static_cast<int>(v)});
+            }
+        }
+    }
+    sh.weighted = type == 0 && pps.weightedPred;
+    if (sh.weighted) {  // pred_weight_table (clause 7.3.3.2)
+        PredWeights& w = sh.weights;
+        w.lumaLog2Denom = static_cast<int>(br.ueMax(7, "luma_log2_weight_denom"));
+        w.chromaLog2Denom = static_cast<int>(br.ueMax(7, "chroma_log2_weight_denom"));
+        for (int i = 0; i < sh.numRefIdxActive; ++i) {
+            if ((w.lumaFlag[i] = br.flag())) {
+                w.lumaWeight[i] = br.seRange(-128, 127, "luma_weight_l0");
+                w.lumaOffset[i] = br.seRange(-128, 127, "luma_offset_l0");
+            }
+            if ((w.chromaFlag[i] = br.flag())) {
+                for (int j = 0; j < 2; ++j) {
+                    w.chromaWeight[i][j] = br.seRange(-128, 127, "chroma_weight_l0");
+                    w.chromaOffset[i][j] = br.seRange(-128, 127, "chroma_offset_l0");
+                }
             }
         }
     }

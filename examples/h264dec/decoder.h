@@ -27,7 +27,8 @@ struct Sps {
     std::array<int, 256> offsetForRefFrame{};
     int maxNumRefFrames = 0;
     bool gapsAllowed = false;
-    int widthMbs = 0, heightMbs = 0;
+    int widthMbs = 0, heightMbs = 0;  // heightMbs in frame macroblocks
+    bool frameMbsOnly = true;
     int cropLeft = 0, cropRight = 0, cropTop = 0, cropBottom = 0;  // in samples
     int maxDecFrameBuffering = -1;                                   // VUI, -1 absent
     int fpsNum = 25, fpsDen = 1;
@@ -43,10 +44,20 @@ struct Pps {
     bool constrainedIntraPred = false;
     bool redundantPicCntPresent = false;
     bool bottomFieldPicOrderInFramePresent = false;
+    bool weightedPred = false;
 };
 
 struct Mmco {
     int op, diffPicNumsMinus1, longTermPicNum, longTermFrameIdx, maxLongTermFrameIdxPlus1;
+};
+
+// Explicit weighted prediction of a P slice (clause 7.4.3.2); a reference
+// without weights has flag false and predicts unweighted.
+struct PredWeights {
+    int lumaLog2Denom = 0, chromaLog2Denom = 0;
+    bool lumaFlag[32] = {}, chromaFlag[32] = {};
+    int lumaWeight[32] = {}, lumaOffset[32] = {};
+    int chromaWeight[32][2] = {}, chromaOffset[32][2] = {};
 };
 
 struct SliceHeader {
@@ -59,6 +70,8 @@ struct SliceHeader {
         int idc, value;
     };
     std::vector<Mod> refMods;
+    bool weighted = false;
+    PredWeights weights;
     bool noOutputOfPriorPics = false, longTermReference = false, adaptiveMarking = false;
     std::vector<Mmco> mmcos;
     int qp = 26;

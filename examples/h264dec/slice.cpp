@@ -321,6 +321,17 @@ void MbDecoder::motionCompensate(int x, int y, int w, int h, int ref, int mvx, i
     c.blockPos = ZubPoint{px / 2, py / 2};
     c.motionVector = ZubPoint{mvx, mvy};
     if (zubiInterpolateChromaBlock_H264_8u_P2R(&c) < 0) throw DecodeError("chroma interpolation failed");
+    if (const PredWeights* wt = s_.weights) {  // explicit weighted prediction, clause 8.4.2.3
+        if (wt->lumaFlag[ref])
+            zubiUniDirWeightBlock_H264_8u_C1R(static_cast<Zub8u*>(p.dstPlane[0]),
+                                              p.dstStep, wt->lumaLog2Denom, wt->lumaWeight[ref], wt->lumaOffset[ref],
+                                              ZubSize{w, h});
+        if (wt->chromaFlag[ref])
+            for (int j = 0; j < 2; ++j)
+                zubiUniDirWeightBlock_H264_8u_C1R(static_cast<Zub8u*>(c.dstPlane[j]), c.dstStep, wt->chromaLog2Denom,
+                                                  wt->chromaWeight[ref][j], wt->chromaOffset[ref][j],
+                                                  ZubSize{w / 2, h / 2});
+    }
 }
 
 void MbDecoder::skip(int mbAddr) {
@@ -513,6 +524,7 @@ void Decoder::decodeSliceData(BitReader& br, const SliceHeader& sh) {
     s.chromaOffset[0] = pps_->chromaQpIndexOffset;
     s.chromaOffset[1] = pps_->secondChromaQpIndexOffset;
     s.constrainedIntra = pps_->constrainedIntraPred;
+    s.weights = sh.weighted ? &sh.weights : nullptr;
     MbDecoder mb(s, *cur_, refList_, br);
     int addr = sh.firstMb;
     for (;;) {

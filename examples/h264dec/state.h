@@ -37,6 +37,7 @@ struct Decoder::SliceState {
     int numRefIdxActive = 1;
     int chromaOffset[2] = {0, 0};
     bool constrainedIntra = false;
+    const PredWeights* weights = nullptr;  // null: unweighted prediction
 
     void reset(int w, int h) {
         wMbs = w;

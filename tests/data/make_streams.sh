@@ -28,6 +28,17 @@ x scroll_mv 160x96 /tmp/zub_c.yuv --crf 22 --ref 6 --merange 64 --me umh --subme
 raw "testsrc2=size=176x144:rate=25,hue=H=t" 12 /tmp/zub_d.yuv
 x lowqp_nodeblock 176x144 /tmp/zub_d.yuv --qp 8 --no-deblock --keyint 6 --ref 16
 
+# Main profile, still CAVLC and P only: explicit weighted prediction, which
+# x264 pairs with reference list modifications (duplicated references).
+raw "testsrc2=size=176x144:rate=25,fade=in:0:12,fade=out:14:10" 24 /tmp/zub_e.yuv
+x264 --quiet --no-progress --profile main --no-cabac --bframes 0 --weightp 2 --ref 3 --input-res 176x144 \
+    --fps 25 --qp 28 -o fade_weightp.264 /tmp/zub_e.yuv
+
+# frame_mbs_only_flag 0 with frame pictures only (crop unit of 4 rows).
+raw "mandelbrot=size=176x120:rate=25" 16 /tmp/zub_f.yuv
+x264 --quiet --no-progress --profile main --no-cabac --bframes 0 --fake-interlaced --ref 2 --input-res 176x120 \
+    --fps 25 --qp 30 -o fakeint_frames.264 /tmp/zub_f.yuv
+
 ffmpeg -loglevel error -y -f lavfi -i "testsrc=size=208x112:rate=25" -frames:v 20 -pix_fmt yuv420p -c:v libx264 -coder 0 \
     -profile:v baseline -g 10 -qp 30 -slices 2 ffmpeg_testsrc.264
 
@@ -37,4 +48,4 @@ ffmpeg -loglevel error -y -f lavfi -i "mandelbrot=size=320x240:rate=25" -frames:
 for s in *.264; do
     ffmpeg -loglevel error -i "$s" -f framemd5 - | grep -v '^#' | awk -F', *' '{print $6}' > "${s%.264}.md5"
 done
-rm -f /tmp/zub_a.yuv /tmp/zub_b.yuv /tmp/zub_c.yuv /tmp/zub_d.yuv
+rm -f /tmp/zub_a.yuv /tmp/zub_b.yuv /tmp/zub_c.yuv /tmp/zub_d.yuv /tmp/zub_e.yuv /tmp/zub_f.yuv
