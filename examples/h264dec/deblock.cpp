@@ -154,7 +154,11 @@ void Decoder::deblockPicture() {
                 zubiFilterDeblockingLuma_HorEdge_H264_8u_C1IR(y, f.stride[0], ep.alpha, ep.beta, tc0, bsH);
             }
 
-            // Chroma: QPc of each macroblock, averaged across the edge.
+            // Chroma: QPc of each macroblock, averaged across the edge.  With
+            // one offset for both components their parameters are the same.
+            const bool sameOffsets = chromaOff[0] == chromaOff[1];
+            EdgeParams epV{}, epH{};
+            Zub8u tcV[8] = {}, tcH[8] = {};
             for (int c = 0; c < 2; ++c) {
                 auto qpc = [&](int qpy) { return chromaQp(std::clamp(qpy + chromaOff[c], 0, 51)); };
                 uint8_t* u = f.plane[1 + c] + static_cast<size_t>(my) * 8 * f.stride[1 + c] + mx * 8;
@@ -174,15 +178,14 @@ void Decoder::deblockPicture() {
                             t[4 * k + i] = (b >= 1 && b <= 3) ? kTc0[idxA[k]][b - 1] : 0;
                         }
                 };
-                Zub8u tc[8];
                 const int cq = qpc(qpq);
                 if (anyV) {
-                    chromaParams((qpc(qpLeft) + cq + 1) >> 1, cq, bsV, ep, tc);
-                    zubiFilterDeblockingChroma_VerEdge_H264_8u_C1IR(u, f.stride[1 + c], ep.alpha, ep.beta, tc, bsV);
+                    if (c == 0 || !sameOffsets) chromaParams((qpc(qpLeft) + cq + 1) >> 1, cq, bsV, epV, tcV);
+                    zubiFilterDeblockingChroma_VerEdge_H264_8u_C1IR(u, f.stride[1 + c], epV.alpha, epV.beta, tcV, bsV);
                 }
                 if (anyH) {
-                    chromaParams((qpc(qpTop) + cq + 1) >> 1, cq, bsH, ep, tc);
-                    zubiFilterDeblockingChroma_HorEdge_H264_8u_C1IR(u, f.stride[1 + c], ep.alpha, ep.beta, tc, bsH);
+                    if (c == 0 || !sameOffsets) chromaParams((qpc(qpTop) + cq + 1) >> 1, cq, bsH, epH, tcH);
+                    zubiFilterDeblockingChroma_HorEdge_H264_8u_C1IR(u, f.stride[1 + c], epH.alpha, epH.beta, tcH, bsH);
                 }
             }
         }

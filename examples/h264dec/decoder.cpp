@@ -102,12 +102,6 @@ void parseVui(BitReader& br, Sps& s) {
 
 }  // namespace
 
-int chromaQp(int qpi) {
-    // Table 8-15: QPc for qPI = 30..51.
-    static const uint8_t kQpc[22] = {29, 30, 31, 32, 32, 33, 34, 34, 35, 35, 36,
-                                     36, 37, 37, 37, 38, 38, 38, 39, 39, 39, 39};
-    return qpi < 30 ? qpi : kQpc[qpi - 30];
-}
 
 Decoder::Decoder(Sink sink) : sink_(std::move(sink)), st_(std::make_unique<SliceState>()) {}
 Decoder::~Decoder() = default;

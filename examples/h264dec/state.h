@@ -58,7 +58,11 @@ struct Decoder::SliceState {
 };
 
 // Chroma QP of Table 8-15 for qPI in 0..51.
-int chromaQp(int qpi);
+inline int chromaQp(int qpi) {
+    static constexpr uint8_t kQpc[22] = {29, 30, 31, 32, 32, 33, 34, 34, 35, 35, 36,
+                                         36, 37, 37, 37, 38, 38, 38, 39, 39, 39, 39};
+    return qpi < 30 ? qpi : kQpc[qpi - 30];
+}
 
 }  // namespace h264dec
 
