@@ -147,7 +147,7 @@ void Decoder::parseSps(BitReader& br) {
         if (br.flag()) throw DecodeError("MBAFF coding is not supported");
         s.heightMbs *= 2;
     }
-    if (s.widthMbs * s.heightMbs > 139264) throw DecodeError("picture too large");
+    if (s.widthMbs * s.heightMbs > 36864) throw DecodeError("picture too large");  // level 5.1 MaxFS
     br.flag();  // direct_8x8_inference_flag
     if (br.flag()) {  // frame_cropping_flag: CropUnitX = 2, CropUnitY = 2 x (2 - frame_mbs_only_flag) for 4:2:0
         const int unitY = s.frameMbsOnly ? 2 : 4;
@@ -196,7 +196,7 @@ void Decoder::parsePps(BitReader& br) {
 void Decoder::parseSliceHeader(BitReader& br, SliceHeader& sh, int nalType, int nalRefIdc) {
     sh.nalRefIdc = nalRefIdc;
     sh.idr = nalType == 5;
-    sh.firstMb = static_cast<int>(br.ueMax(139263, "first_mb_in_slice"));
+    sh.firstMb = static_cast<int>(br.ueMax(36863, "first_mb_in_slice"));
     const uint32_t type = br.ueMax(9, "slice_type") % 5;
     if (type != 0 && type != 2) throw DecodeError("only I and P slices are supported");
     sh.sliceType = static_cast<int>(type);
