@@ -1,0 +1,191 @@
+// H.264 luma sample interpolation kernels (clause 8.4.2.2.1), one per
+// quarter-sample position, for 8-bit and 16-bit samples from one template.
+//
+// Half samples: b (horizontal) and h (vertical) are the six-tap sums
+// (1, -5, 20, 20, -5, 1) rounded with +16 >> 5 and clamped (equations
+// 8-241..8-244); j is the six-tap filter over the unrounded vertical sums,
+// rounded with +512 >> 10 (8-245..8-247).  Quarter samples are (p + q + 1) >> 1
+// of two of those or of an integer sample (8-250..8-261).  m is h one sample
+// to the right, s is b one row below.
+//
+// Every kernel makes one pass per row: the operands of the average are
+// computed next to each other, so no position needs a block-sized scratch
+// buffer; j keeps one row of vertical sums (16-bit for 8-bit samples, 32-bit
+// for 16-bit ones; they fit: -2550..10710 for 8 bits).  Widths 4, 8 and 16 run
+// loops of fixed length; other widths go in strips of at most 16 columns.
+#include <cstring>
+
+#include "../common/sample.h"
+#include "h264interpolate.h"
+#include "zubvc.h"
+
+namespace {
+
+using zub::SampleTraits;
+using zub::h264::kStripWidth;
+
+enum Pos { P0, Pa, Pb, Pc, Pd, Pe, Pf, Pg, Ph, Pi, Pj, Pk, Pn, Pp, Pq, Pr };
+
+// Six-tap sum around p[0], p[step]: taps at -2..3 steps.
+template <class T>
+inline int tap6(const T* p, std::ptrdiff_t step) {
+    return (p[-2 * step] + p[3 * step]) - 5 * (p[-step] + p[2 * step]) + 20 * (p[0] + p[step]);
+}
+template <class W>
+inline int tap6Wide(const W* v) {
+    return (v[0] + v[5]) - 5 * (v[1] + v[4]) + 20 * (v[2] + v[3]);
+}
+inline int avg2(int p, int q) { return (p + q + 1) >> 1; }
+
+template <class T, int Position, int FixedW>
+void lumaRows(const T* s, std::ptrdiff_t ss, T* d, std::ptrdiff_t ds, int width, int height, int maxv) {
+    const int w = FixedW ? FixedW : width;
+    using Wide = typename SampleTraits<T>::Wide;
+    constexpr bool kUsesJ = Position == Pf || Position == Pi || Position == Pj || Position == Pk || Position == Pq;
+    auto half = [maxv](int v) { return zub::clip((v + 16) >> 5, maxv); };
+
+    for (int y = 0; y < height; ++y, s += ss, d += ds) {
+        if constexpr (Position == P0) {
+            zub::copySamples(d, s, w);
+        } else if constexpr (kUsesJ) {
+            // Vertical sums for columns -2 .. w + 2.
+            Wide v[(FixedW ? FixedW : kStripWidth) + 5];
+            for (int c = 0; c < w + 5; ++c) v[c] = static_cast<Wide>(tap6(s + c - 2, ss));
+            for (int x = 0; x < w; ++x) {
+                const int j = zub::clip((tap6Wide(v + x) + 512) >> 10, maxv);
+                int r;
+                if constexpr (Position == Pj) r = j;
+                else if constexpr (Position == Pf) r = avg2(half(tap6(s + x, 1)), j);
+                else if constexpr (Position == Pq) r = avg2(j, half(tap6(s + ss + x, 1)));
+                else if constexpr (Position == Pi) r = avg2(half(v[x + 2]), j);
+                else r = avg2(j, half(v[x + 3]));  // k: j and m
+                d[x] = static_cast<T>(r);
+            }
+        } else {
+            for (int x = 0; x < w; ++x) {
+                int r;
+                if constexpr (Position == Pb) r = half(tap6(s + x, 1));
+                else if constexpr (Position == Ph) r = half(tap6(s + x, ss));
+                else if constexpr (Position == Pa) r = avg2(s[x], half(tap6(s + x, 1)));
+                else if constexpr (Position == Pc) r = avg2(s[x + 1], half(tap6(s + x, 1)));
+                else if constexpr (Position == Pd) r = avg2(s[x], half(tap6(s + x, ss)));
+                else if constexpr (Position == Pn) r = avg2(s[x + ss], half(tap6(s + x, ss)));
+                else if constexpr (Position == Pe) r = avg2(half(tap6(s + x, 1)), half(tap6(s + x, ss)));
+                else if constexpr (Position == Pg) r = avg2(half(tap6(s + x, 1)), half(tap6(s + x + 1, ss)));
+                else if constexpr (Position == Pp) r = avg2(half(tap6(s + x, ss)), half(tap6(s + ss + x, 1)));
+                else r = avg2(half(tap6(s + x + 1, ss)), half(tap6(s + ss + x, 1)));  // r: m and s
+                d[x] = static_cast<T>(r);
+            }
+        }
+    }
+}
+
+template <class T, int Position>
+void lumaBlock(const T* s, std::ptrdiff_t ss, T* d, std::ptrdiff_t ds, int w, int h, int bitDepth) {
+    const int maxv = SampleTraits<T>::maxVal(bitDepth);
+    switch (w) {
+        case 16: lumaRows<T, Position, 16>(s, ss, d, ds, 16, h, maxv); return;
+        case 8: lumaRows<T, Position, 8>(s, ss, d, ds, 8, h, maxv); return;
+        case 4: lumaRows<T, Position, 4>(s, ss, d, ds, 4, h, maxv); return;
+        default:
+            for (int x0 = 0; x0 < w; x0 += kStripWidth) {
+                const int n = w - x0 < kStripWidth ? w - x0 : kStripWidth;
+                lumaRows<T, Position, 0>(s + x0, ss, d + x0, ds, n, h, maxv);
+            }
+    }
+}
+
+template <class T, int Position>
+void lumaKernel(const InterpolationKernelRecord* r) {
+    lumaBlock<T, Position>(static_cast<const T*>(r->src), r->srcStep, static_cast<T*>(r->dst), r->dstStep,
+                           r->width, r->height, r->bitDepth);
+}
+
+// dst = (dst + src + 1) >> 1.
+template <class T>
+void averageInPlace(T* d, std::ptrdiff_t ds, const T* s, std::ptrdiff_t ss, int w, int h) {
+    for (int y = 0; y < h; ++y, d += ds, s += ss)
+        for (int x = 0; x < w; ++x) d[x] = static_cast<T>(avg2(d[x], s[x]));
+}
+
+}  // namespace
+
+#define ZUB_LUMA_KERNEL(L, P)                                                                          \
+    void h264_interpolate_luma_type_##L##_8u_px(const InterpolationKernelRecord* r) {                \
+        lumaKernel<Zub8u, P>(r);                                                                       \
+    }                                                                                                  \
+    void h264_interpolate_luma_type_##L##_16u_px(const InterpolationKernelRecord* r) {               \
+        lumaKernel<Zub16u, P>(r);                                                                      \
+    }
+ZUB_LUMA_KERNEL(0, P0)
+ZUB_LUMA_KERNEL(a, Pa)
+ZUB_LUMA_KERNEL(b, Pb)
+ZUB_LUMA_KERNEL(c, Pc)
+ZUB_LUMA_KERNEL(d, Pd)
+ZUB_LUMA_KERNEL(e, Pe)
+ZUB_LUMA_KERNEL(f, Pf)
+ZUB_LUMA_KERNEL(g, Pg)
+ZUB_LUMA_KERNEL(h, Ph)
+ZUB_LUMA_KERNEL(i, Pi)
+ZUB_LUMA_KERNEL(j, Pj)
+ZUB_LUMA_KERNEL(k, Pk)
+ZUB_LUMA_KERNEL(n, Pn)
+ZUB_LUMA_KERNEL(p, Pp)
+ZUB_LUMA_KERNEL(q, Pq)
+ZUB_LUMA_KERNEL(r, Pr)
+#undef ZUB_LUMA_KERNEL
+
+#define ZUB_LUMA_TABLE(S)                                                                                      \
+    const H264InterpolationKernel h264_interpolate_luma_type_table_##S##_pxmx[16] = {                        \
+        h264_interpolate_luma_type_0_##S##_px, h264_interpolate_luma_type_a_##S##_px,                         \
+        h264_interpolate_luma_type_b_##S##_px, h264_interpolate_luma_type_c_##S##_px,                         \
+        h264_interpolate_luma_type_d_##S##_px, h264_interpolate_luma_type_e_##S##_px,                         \
+        h264_interpolate_luma_type_f_##S##_px, h264_interpolate_luma_type_g_##S##_px,                         \
+        h264_interpolate_luma_type_h_##S##_px, h264_interpolate_luma_type_i_##S##_px,                         \
+        h264_interpolate_luma_type_j_##S##_px, h264_interpolate_luma_type_k_##S##_px,                         \
+        h264_interpolate_luma_type_n_##S##_px, h264_interpolate_luma_type_p_##S##_px,                         \
+        h264_interpolate_luma_type_q_##S##_px, h264_interpolate_luma_type_r_##S##_px};
+ZUB_LUMA_TABLE(8u)
+ZUB_LUMA_TABLE(16u)
+#undef ZUB_LUMA_TABLE
+
+void h264_interpolate_luma_get_average_8u_px(Zub8u* pDst, int dstStep, const Zub8u* pSrc, int srcStep, int width,
+                                             int height) {
+    averageInPlace(pDst, dstStep, pSrc, srcStep, width, height);
+}
+void h264_interpolate_luma_get_average_16u_px(Zub16u* pDst, int dstStep, const Zub16u* pSrc, int srcStep,
+                                              int width, int height) {
+    averageInPlace(pDst, dstStep, pSrc, srcStep, width, height);
+}
+
+// The 16-bit C1R members, index dx * 4 + dy.  Each is the kernel of its
+// position: H2 is b, V2 is h, and the quarter positions average half samples
+// exactly as the kernels of the luma tables do.
+#define ZUB_16U_MEMBER(DX, DY)                                                                               \
+    void _zubInterpolate_H0##DX##V0##DY##_16u(const Zub16u* pSrc, Zub16u* pDst, int srcStep, int dstStep,    \
+                                              int width, int height, int bitDepth) {                         \
+        lumaBlock<Zub16u, (DY) * 4 + (DX)>(pSrc, srcStep, pDst, dstStep, width, height, bitDepth);          \
+    }
+ZUB_16U_MEMBER(0, 0) ZUB_16U_MEMBER(0, 1) ZUB_16U_MEMBER(0, 2) ZUB_16U_MEMBER(0, 3)
+ZUB_16U_MEMBER(1, 0) ZUB_16U_MEMBER(1, 1) ZUB_16U_MEMBER(1, 2) ZUB_16U_MEMBER(1, 3)
+ZUB_16U_MEMBER(2, 0) ZUB_16U_MEMBER(2, 1) ZUB_16U_MEMBER(2, 2) ZUB_16U_MEMBER(2, 3)
+ZUB_16U_MEMBER(3, 0) ZUB_16U_MEMBER(3, 1) ZUB_16U_MEMBER(3, 2) ZUB_16U_MEMBER(3, 3)
+#undef ZUB_16U_MEMBER
+
+const H264Interpolate16uFn InterpolFnTbl_16u[16] = {
+    _zubInterpolate_H00V00_16u, _zubInterpolate_H00V01_16u, _zubInterpolate_H00V02_16u, _zubInterpolate_H00V03_16u,
+    _zubInterpolate_H01V00_16u, _zubInterpolate_H01V01_16u, _zubInterpolate_H01V02_16u, _zubInterpolate_H01V03_16u,
+    _zubInterpolate_H02V00_16u, _zubInterpolate_H02V01_16u, _zubInterpolate_H02V02_16u, _zubInterpolate_H02V03_16u,
+    _zubInterpolate_H03V00_16u, _zubInterpolate_H03V01_16u, _zubInterpolate_H03V02_16u, _zubInterpolate_H03V03_16u};
+
+void _zubInterpolate_H2_16u(const Zub16u* pSrc, Zub16u* pDst, int srcStep, int dstStep, int width, int height,
+                            int bitDepth) {
+    lumaBlock<Zub16u, Pb>(pSrc, srcStep, pDst, dstStep, width, height, bitDepth);
+}
+void _zubInterpolate_V2_16u(const Zub16u* pSrc, Zub16u* pDst, int srcStep, int dstStep, int width, int height,
+                            int bitDepth) {
+    lumaBlock<Zub16u, Ph>(pSrc, srcStep, pDst, dstStep, width, height, bitDepth);
+}
+void _zubInterpolate_Avg_16u(const Zub16u* pSrc, Zub16u* pDst, int srcStep, int dstStep, int width, int height) {
+    averageInPlace(pDst, dstStep, pSrc, srcStep, width, height);
+}
