@@ -97,11 +97,15 @@ ZUBVC_API ZubStatus zubiInterpolateLuma_H264_16u_C1R(const H264InterpolationPara
 ZUBVC_API ZubStatus zubiInterpolateChroma_H264_16u_C1R(const H264InterpolationParams_16u* pParams);
 
 /* ---- Top / Bottom: replicate the picture's first or last row --------------
- * Same arguments and checks as the C1R function of the kind, plus outPixels:
- * Top - the number of the block's rows above the picture's first row (src
- * points at the block's top-left sample, negative when the block starts
- * inside); Bottom - the number of the block's rows below the last row.  The
- * columns of the footprint must be readable. */
+ * Same arguments and checks as the C1R function of the kind, plus outPixels;
+ * src points at the block's top-left sample and the columns of the footprint
+ * must be readable.
+ * Top: outPixels is the number of the block's rows above the picture's first
+ * row.  Luma also takes a negative value (the block starts -outPixels rows
+ * inside) and then replicates no more rows than the six-tap margin needs;
+ * chroma reads its first row at src + outPixels * srcStep as given.
+ * Bottom: outPixels is the number of the block's rows below the picture's last
+ * row (zero or negative when the block ends inside). */
 ZUBVC_API ZubStatus zubiInterpolateLumaTop_H264_8u_C1R(const Zub8u* pSrc, int srcStep, Zub8u* pDst, int dstStep,
                                                        int dx, int dy, int outPixels, ZubSize roiSize);
 ZUBVC_API ZubStatus zubiInterpolateLumaBottom_H264_8u_C1R(const Zub8u* pSrc, int srcStep, Zub8u* pDst,

@@ -210,14 +210,12 @@ inline bool boundarySizeOk(const InterpolationKernelRecord* r) {
 
 template <class T>
 void boundaryChroma(int edgeFlags, InterpolationKernelRecord* r) {
-    const int readX = r->readX, readY = r->readY;
-    boundaryPlane<T, false>(edgeFlags, r);
-    // The reader may have moved readX/readY; the second plane starts afresh.
+    // The first plane's pass rewrites src, srcStep and the reader may move
+    // readX/readY: the second plane starts from the caller's record.
     InterpolationKernelRecord second = *r;
     second.src = r->srcPlane2;
     second.dst = r->dstPlane2;
-    second.readX = readX;
-    second.readY = readY;
+    boundaryPlane<T, false>(edgeFlags, r);
     boundaryPlane<T, false>(edgeFlags, &second);
 }
 
