@@ -4,29 +4,44 @@
 // kernel per kind of fraction, so the zero-weight neighbours of the 00, 0x and
 // y0 kinds are never read; 8-bit and 16-bit samples share one template.  No
 // clamp is needed: the weights sum to 64.
+#include <cstdint>
+#include <type_traits>
+
 #include "../common/sample.h"
 #include "h264interpolate.h"
+#include "h264interpolatekernel.h"
 #include "zubvc.h"
 
 namespace {
 
 enum Kind { K00, K0x, Ky0, Kyx };
 
+// Sums of weighted samples: below 2^14 for 8-bit samples, so 16-bit lanes
+// hold them exactly (which lets the compiler vectorise the 8-bit kernels).
+template <class T> using ChromaSum = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
+
 template <class T, int Kd, int FixedW>
-void chromaRows(const T* s, std::ptrdiff_t ss, T* d, std::ptrdiff_t ds, int width, int height, int fx, int fy) {
+void chromaRows(const T* __restrict s, std::ptrdiff_t ss, T* __restrict d, std::ptrdiff_t ds, int width, int height,
+                int fx, int fy) {
+    using A = ChromaSum<T>;
     const int w = FixedW ? FixedW : width;
+    const A ax = static_cast<A>(8 - fx), bx = static_cast<A>(fx), ay = static_cast<A>(8 - fy), by = static_cast<A>(fy);
+    const A wa = static_cast<A>(ax * ay), wb = static_cast<A>(bx * ay), wc = static_cast<A>(ax * by),
+            wd = static_cast<A>(bx * by);
     for (int y = 0; y < height; ++y, s += ss, d += ds) {
+        const T* __restrict t = s + ss;
         if constexpr (Kd == K00) {
             zub::copySamples(d, s, w);
         } else if constexpr (Kd == K0x) {
-            for (int x = 0; x < w; ++x) d[x] = static_cast<T>((s[x] * (8 - fx) + s[x + 1] * fx + 4) >> 3);
+            ZUB_VECTOR_LOOP
+            for (int x = 0; x < w; ++x) d[x] = static_cast<T>(static_cast<A>(s[x] * ax + s[x + 1] * bx + 4) >> 3);
         } else if constexpr (Kd == Ky0) {
-            for (int x = 0; x < w; ++x) d[x] = static_cast<T>((s[x] * (8 - fy) + s[x + ss] * fy + 4) >> 3);
+            ZUB_VECTOR_LOOP
+            for (int x = 0; x < w; ++x) d[x] = static_cast<T>(static_cast<A>(s[x] * ay + t[x] * by + 4) >> 3);
         } else {
-            const int wa = (8 - fx) * (8 - fy), wb = fx * (8 - fy), wc = (8 - fx) * fy, wd = fx * fy;
-            const T* t = s + ss;
+            ZUB_VECTOR_LOOP
             for (int x = 0; x < w; ++x)
-                d[x] = static_cast<T>((s[x] * wa + s[x + 1] * wb + t[x] * wc + t[x + 1] * wd + 32) >> 6);
+                d[x] = static_cast<T>(static_cast<A>(s[x] * wa + s[x + 1] * wb + t[x] * wc + t[x + 1] * wd + 32) >> 6);
         }
     }
 }

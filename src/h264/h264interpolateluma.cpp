@@ -17,6 +17,7 @@
 
 #include "../common/sample.h"
 #include "h264interpolate.h"
+#include "h264interpolatekernel.h"
 #include "zubvc.h"
 
 namespace {
@@ -26,54 +27,74 @@ using zub::h264::kStripWidth;
 
 enum Pos { P0, Pa, Pb, Pc, Pd, Pe, Pf, Pg, Ph, Pi, Pj, Pk, Pn, Pp, Pq, Pr };
 
-// Six-tap sum around p[0], p[step]: taps at -2..3 steps.
+// Six-tap sum around p[0], p[step]: taps at -2..3 steps.  For 8-bit samples
+// every sum and rounding below fits 16 bits (-2550..10726), so the values are
+// held in the sample type's Wide type, which lets the compiler use 16-bit
+// vector lanes; the j sums of sums need 32 bits.
 template <class T>
-inline int tap6(const T* p, std::ptrdiff_t step) {
-    return (p[-2 * step] + p[3 * step]) - 5 * (p[-step] + p[2 * step]) + 20 * (p[0] + p[step]);
+inline typename SampleTraits<T>::Wide tap6(const T* p, std::ptrdiff_t step) {
+    using Wide = typename SampleTraits<T>::Wide;
+    return static_cast<Wide>((p[-2 * step] + p[3 * step]) - 5 * (p[-step] + p[2 * step]) + 20 * (p[0] + p[step]));
 }
 template <class W>
 inline int tap6Wide(const W* v) {
     return (v[0] + v[5]) - 5 * (v[1] + v[4]) + 20 * (v[2] + v[3]);
 }
-inline int avg2(int p, int q) { return (p + q + 1) >> 1; }
+// (sum + 16) >> 5 clamped to 0..maxv.
+template <class W>
+inline W half(W sum, int maxv) {
+    const W r = static_cast<W>(static_cast<W>(sum + 16) >> 5);
+    return static_cast<W>(r < 0 ? 0 : (r > maxv ? maxv : r));
+}
+template <class W>
+inline W avg2(W p, W q) {
+    return static_cast<W>(static_cast<W>(p + q + 1) >> 1);
+}
 
 template <class T, int Position, int FixedW>
-void lumaRows(const T* s, std::ptrdiff_t ss, T* d, std::ptrdiff_t ds, int width, int height, int maxv) {
+void lumaRows(const T* __restrict s, std::ptrdiff_t ss, T* __restrict d, std::ptrdiff_t ds, int width, int height,
+              int maxv) {
     const int w = FixedW ? FixedW : width;
-    using Wide = typename SampleTraits<T>::Wide;
+    using W = typename SampleTraits<T>::Wide;
     constexpr bool kUsesJ = Position == Pf || Position == Pi || Position == Pj || Position == Pk || Position == Pq;
-    auto half = [maxv](int v) { return zub::clip((v + 16) >> 5, maxv); };
 
     for (int y = 0; y < height; ++y, s += ss, d += ds) {
         if constexpr (Position == P0) {
             zub::copySamples(d, s, w);
         } else if constexpr (kUsesJ) {
             // Vertical sums for columns -2 .. w + 2.
-            Wide v[(FixedW ? FixedW : kStripWidth) + 5];
-            for (int c = 0; c < w + 5; ++c) v[c] = static_cast<Wide>(tap6(s + c - 2, ss));
+            W v[(FixedW ? FixedW : kStripWidth) + 5];
+            ZUB_VECTOR_LOOP
+            for (int c = 0; c < w + 5; ++c) v[c] = tap6(s + c - 2, ss);
+            ZUB_VECTOR_LOOP
             for (int x = 0; x < w; ++x) {
-                const int j = zub::clip((tap6Wide(v + x) + 512) >> 10, maxv);
-                int r;
+                const W j = static_cast<W>(zub::clip((tap6Wide(v + x) + 512) >> 10, maxv));
+                W r;
                 if constexpr (Position == Pj) r = j;
-                else if constexpr (Position == Pf) r = avg2(half(tap6(s + x, 1)), j);
-                else if constexpr (Position == Pq) r = avg2(j, half(tap6(s + ss + x, 1)));
-                else if constexpr (Position == Pi) r = avg2(half(v[x + 2]), j);
-                else r = avg2(j, half(v[x + 3]));  // k: j and m
+                else if constexpr (Position == Pf) r = avg2(half(tap6(s + x, 1), maxv), j);
+                else if constexpr (Position == Pq) r = avg2(j, half(tap6(s + ss + x, 1), maxv));
+                else if constexpr (Position == Pi) r = avg2(half(v[x + 2], maxv), j);
+                else r = avg2(j, half(v[x + 3], maxv));  // k: j and m
                 d[x] = static_cast<T>(r);
             }
         } else {
+            ZUB_VECTOR_LOOP
             for (int x = 0; x < w; ++x) {
-                int r;
-                if constexpr (Position == Pb) r = half(tap6(s + x, 1));
-                else if constexpr (Position == Ph) r = half(tap6(s + x, ss));
-                else if constexpr (Position == Pa) r = avg2(s[x], half(tap6(s + x, 1)));
-                else if constexpr (Position == Pc) r = avg2(s[x + 1], half(tap6(s + x, 1)));
-                else if constexpr (Position == Pd) r = avg2(s[x], half(tap6(s + x, ss)));
-                else if constexpr (Position == Pn) r = avg2(s[x + ss], half(tap6(s + x, ss)));
-                else if constexpr (Position == Pe) r = avg2(half(tap6(s + x, 1)), half(tap6(s + x, ss)));
-                else if constexpr (Position == Pg) r = avg2(half(tap6(s + x, 1)), half(tap6(s + x + 1, ss)));
-                else if constexpr (Position == Pp) r = avg2(half(tap6(s + x, ss)), half(tap6(s + ss + x, 1)));
-                else r = avg2(half(tap6(s + x + 1, ss)), half(tap6(s + ss + x, 1)));  // r: m and s
+                W r;
+                const W g = static_cast<W>(s[x]);
+                if constexpr (Position == Pb) r = half(tap6(s + x, 1), maxv);
+                else if constexpr (Position == Ph) r = half(tap6(s + x, ss), maxv);
+                else if constexpr (Position == Pa) r = avg2(g, half(tap6(s + x, 1), maxv));
+                else if constexpr (Position == Pc) r = avg2(static_cast<W>(s[x + 1]), half(tap6(s + x, 1), maxv));
+                else if constexpr (Position == Pd) r = avg2(g, half(tap6(s + x, ss), maxv));
+                else if constexpr (Position == Pn) r = avg2(static_cast<W>(s[x + ss]), half(tap6(s + x, ss), maxv));
+                else if constexpr (Position == Pe) r = avg2(half(tap6(s + x, 1), maxv), half(tap6(s + x, ss), maxv));
+                else if constexpr (Position == Pg)
+                    r = avg2(half(tap6(s + x, 1), maxv), half(tap6(s + x + 1, ss), maxv));
+                else if constexpr (Position == Pp)
+                    r = avg2(half(tap6(s + x, ss), maxv), half(tap6(s + ss + x, 1), maxv));
+                else  // r: m and s
+                    r = avg2(half(tap6(s + x + 1, ss), maxv), half(tap6(s + ss + x, 1), maxv));
                 d[x] = static_cast<T>(r);
             }
         }
@@ -103,9 +124,12 @@ void lumaKernel(const InterpolationKernelRecord* r) {
 
 // dst = (dst + src + 1) >> 1.
 template <class T>
-void averageInPlace(T* d, std::ptrdiff_t ds, const T* s, std::ptrdiff_t ss, int w, int h) {
-    for (int y = 0; y < h; ++y, d += ds, s += ss)
-        for (int x = 0; x < w; ++x) d[x] = static_cast<T>(avg2(d[x], s[x]));
+void averageInPlace(T* __restrict d, std::ptrdiff_t ds, const T* __restrict s, std::ptrdiff_t ss, int w, int h) {
+    using W = typename SampleTraits<T>::Wide;
+    for (int y = 0; y < h; ++y, d += ds, s += ss) {
+        ZUB_VECTOR_LOOP
+        for (int x = 0; x < w; ++x) d[x] = static_cast<T>(avg2(static_cast<W>(d[x]), static_cast<W>(s[x])));
+    }
 }
 
 }  // namespace
