@@ -10,9 +10,10 @@
 //
 // Every kernel makes one pass per row: the operands of the average are
 // computed next to each other, so no position needs a block-sized scratch
-// buffer; j keeps one row of vertical sums (16-bit for 8-bit samples, 32-bit
-// for 16-bit ones; they fit: -2550..10710 for 8 bits).  Widths 4, 8 and 16 run
-// loops of fixed length; other widths go in strips of at most 16 columns.
+// buffer.  j keeps the unrounded horizontal sums of six rows (16-bit for 8-bit
+// samples, 32-bit for 16-bit ones; for 8 bits they lie in -2550..10710) and
+// adds one row per output row.  Widths 4, 8 and 16 run loops of fixed length;
+// other widths go in strips of at most 16 columns.
 #include <cstring>
 
 #include "../common/sample.h"
@@ -56,27 +57,10 @@ void lumaRows(const T* __restrict s, std::ptrdiff_t ss, T* __restrict d, std::pt
               int maxv) {
     const int w = FixedW ? FixedW : width;
     using W = typename SampleTraits<T>::Wide;
-    constexpr bool kUsesJ = Position == Pf || Position == Pi || Position == Pj || Position == Pk || Position == Pq;
 
     for (int y = 0; y < height; ++y, s += ss, d += ds) {
         if constexpr (Position == P0) {
             zub::copySamples(d, s, w);
-        } else if constexpr (kUsesJ) {
-            // Vertical sums for columns -2 .. w + 2.
-            W v[(FixedW ? FixedW : kStripWidth) + 5];
-            ZUB_VECTOR_LOOP
-            for (int c = 0; c < w + 5; ++c) v[c] = tap6(s + c - 2, ss);
-            ZUB_VECTOR_LOOP
-            for (int x = 0; x < w; ++x) {
-                const W j = static_cast<W>(zub::clip((tap6Wide(v + x) + 512) >> 10, maxv));
-                W r;
-                if constexpr (Position == Pj) r = j;
-                else if constexpr (Position == Pf) r = avg2(half(tap6(s + x, 1), maxv), j);
-                else if constexpr (Position == Pq) r = avg2(j, half(tap6(s + ss + x, 1), maxv));
-                else if constexpr (Position == Pi) r = avg2(half(v[x + 2], maxv), j);
-                else r = avg2(j, half(v[x + 3], maxv));  // k: j and m
-                d[x] = static_cast<T>(r);
-            }
         } else {
             ZUB_VECTOR_LOOP
             for (int x = 0; x < w; ++x) {
@@ -101,17 +85,68 @@ void lumaRows(const T* __restrict s, std::ptrdiff_t ss, T* __restrict d, std::pt
     }
 }
 
+// The positions that use j (f, i, j, k, q).  j is taken horizontal pass
+// first: the unrounded horizontal sums b1 of the rows y - 2 .. y + 3 are kept
+// in a ring of six rows, one new row per output row, and the vertical six-tap
+// runs over them (the same exact integer sum as vertical first).  b and s are
+// then the rounded ring rows y and y + 1; h and m are taken from the source.
+template <class T, int Position, int FixedW>
+void lumaRowsJ(const T* __restrict s, std::ptrdiff_t ss, T* __restrict d, std::ptrdiff_t ds, int width, int height,
+               int maxv) {
+    const int w = FixedW ? FixedW : width;
+    using W = typename SampleTraits<T>::Wide;
+    constexpr int kCap = FixedW ? FixedW : kStripWidth;
+    alignas(16) W ring[6][kCap];
+    W* r[6] = {ring[0], ring[1], ring[2], ring[3], ring[4], ring[5]};
+    auto rowSums = [w](W* __restrict out, const T* __restrict src) {
+        ZUB_VECTOR_LOOP
+        for (int x = 0; x < w; ++x) out[x] = tap6(src + x, 1);
+    };
+    for (int k = 0; k < 5; ++k) rowSums(r[k], s + (k - 2) * ss);
+    for (int y = 0; y < height; ++y, s += ss, d += ds) {
+        rowSums(r[5], s + 3 * ss);
+        const W *r0 = r[0], *r1 = r[1], *r2 = r[2], *r3 = r[3], *r4 = r[4], *r5 = r[5];
+        ZUB_VECTOR_LOOP
+        for (int x = 0; x < w; ++x) {
+            const int j1 = (r0[x] + r5[x]) - 5 * (r1[x] + r4[x]) + 20 * (r2[x] + r3[x]);
+            const W j = static_cast<W>(zub::clip((j1 + 512) >> 10, maxv));
+            W o;
+            if constexpr (Position == Pj) o = j;
+            else if constexpr (Position == Pf) o = avg2(half(r2[x], maxv), j);
+            else if constexpr (Position == Pq) o = avg2(j, half(r3[x], maxv));
+            else if constexpr (Position == Pi) o = avg2(half(tap6(s + x, ss), maxv), j);
+            else o = avg2(j, half(tap6(s + x + 1, ss), maxv));  // k: j and m
+            d[x] = static_cast<T>(o);
+        }
+        W* t = r[0];
+        r[0] = r[1];
+        r[1] = r[2];
+        r[2] = r[3];
+        r[3] = r[4];
+        r[4] = r[5];
+        r[5] = t;
+    }
+}
+
+template <class T, int Position, int FixedW>
+void lumaAnyRows(const T* s, std::ptrdiff_t ss, T* d, std::ptrdiff_t ds, int width, int height, int maxv) {
+    if constexpr (Position == Pf || Position == Pi || Position == Pj || Position == Pk || Position == Pq)
+        lumaRowsJ<T, Position, FixedW>(s, ss, d, ds, width, height, maxv);
+    else
+        lumaRows<T, Position, FixedW>(s, ss, d, ds, width, height, maxv);
+}
+
 template <class T, int Position>
 void lumaBlock(const T* s, std::ptrdiff_t ss, T* d, std::ptrdiff_t ds, int w, int h, int bitDepth) {
     const int maxv = SampleTraits<T>::maxVal(bitDepth);
     switch (w) {
-        case 16: lumaRows<T, Position, 16>(s, ss, d, ds, 16, h, maxv); return;
-        case 8: lumaRows<T, Position, 8>(s, ss, d, ds, 8, h, maxv); return;
-        case 4: lumaRows<T, Position, 4>(s, ss, d, ds, 4, h, maxv); return;
+        case 16: lumaAnyRows<T, Position, 16>(s, ss, d, ds, 16, h, maxv); return;
+        case 8: lumaAnyRows<T, Position, 8>(s, ss, d, ds, 8, h, maxv); return;
+        case 4: lumaAnyRows<T, Position, 4>(s, ss, d, ds, 4, h, maxv); return;
         default:
             for (int x0 = 0; x0 < w; x0 += kStripWidth) {
                 const int n = w - x0 < kStripWidth ? w - x0 : kStripWidth;
-                lumaRows<T, Position, 0>(s + x0, ss, d + x0, ds, n, h, maxv);
+                lumaAnyRows<T, Position, 0>(s + x0, ss, d + x0, ds, n, h, maxv);
             }
     }
 }
