@@ -515,6 +515,18 @@ TEST(InterpReaders, TwoSidedBySignAndTables) {
     EXPECT_TRUE(sameAs(buf, 16, 6, 6, [&](int c, int rr) {
         return pl.raw(std::min(17 + c, 19), std::max(rr - 2, 0));
     }));
+    // readX = 0 is not left of the frame: the left-right code replicates the
+    // right side of a footprint wider than the frame.
+    Zub8u wide[4 * 32];
+    r = before;
+    r.dst = wide;
+    r.dstStep = 32;
+    r.readX = 0;
+    r.readWidth = 26;
+    r.readY = 4;
+    r.readHeight = 4;
+    read_data_through_boundary_table_8u_pxmx[3](&r);
+    EXPECT_TRUE(sameAs(wide, 32, 26, 4, [&](int c, int rr) { return pl.raw(std::min(c, 19), 4 + rr); }));
     // A footprint wholly left of the frame: every sample is its row's column 0.
     r = before;
     r.readX = -30;
