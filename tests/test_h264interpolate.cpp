@@ -426,9 +426,11 @@ TEST(InterpChecks, BlockFunctions) {
     EXPECT_EQ(chroma([](P p) { p.blockSize.height = 3; }), ZubStatusBadSize);
     EXPECT_EQ(chroma([](P p) { p.blockSize.width = 16; }), ZubStatusBadSize);
     EXPECT_TRUE(std::all_of(out.begin(), out.end(), [](Zub8u v) { return v == 9; }));
-    // Nothing about frame, position or vector is checked.
-    EXPECT_EQ(luma([](P p) { p.blockSize = {12, 12}; p.frameSize = {-5, 0}; }), ZubStatusOk);
-    EXPECT_EQ(chroma([](P p) { p.blockSize = {14, 2}; p.frameSize = {0, 0}; }), ZubStatusOk);
+    // Nothing about the frame is checked (a zero vector never looks at it).
+    EXPECT_EQ(luma([](P p) { p.blockSize = {12, 12}; p.frameSize = {-5, 0}; p.motionVector = {0, 0}; }),
+              ZubStatusOk);
+    EXPECT_EQ(chroma([](P p) { p.blockSize = {14, 2}; p.frameSize = {0, 0}; p.motionVector = {0, 0}; }),
+              ZubStatusOk);
     std::vector<Zub16u> p16(64 * 64), o16(64 * 64);
     H264BlockInterpolationParams q{{p16.data(), p16.data()}, 64, {o16.data(), nullptr}, 64,
                                    {64, 64}, {4, 16}, {8, 8}, {0, 0}, 10};

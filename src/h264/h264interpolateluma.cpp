@@ -3,8 +3,9 @@
 //
 // Half samples: b (horizontal) and h (vertical) are the six-tap sums
 // (1, -5, 20, 20, -5, 1) rounded with +16 >> 5 and clamped (equations
-// 8-241..8-244); j is the six-tap filter over the unrounded vertical sums,
-// rounded with +512 >> 10 (8-245..8-247).  Quarter samples are (p + q + 1) >> 1
+// 8-241..8-244); j is the six-tap filter applied to the unrounded six-tap
+// sums of the other direction, rounded with +512 >> 10 (8-245..8-247); both
+// passes are exact integer sums, so either may come first.  Quarter samples are (p + q + 1) >> 1
 // of two of those or of an integer sample (8-250..8-261).  m is h one sample
 // to the right, s is b one row below.
 //
