@@ -11,9 +11,9 @@
 //
 // Every kernel makes one pass per row: the operands of the average are
 // computed next to each other, so no position needs a block-sized scratch
-// buffer.  j keeps the unrounded horizontal sums of six rows (16-bit for 8-bit
-// samples, 32-bit for 16-bit ones; for 8 bits they lie in -2550..10710) and
-// adds one row per output row.  Widths 4, 8 and 16 run loops of fixed length;
+// buffer, except j, which keeps the unrounded horizontal sums of a strip of
+// rows (16-bit for 8-bit samples, 32-bit for 16-bit ones; for 8 bits they lie
+// in -2550..10710).  Widths 4, 8 and 16 run loops of fixed length;
 // other widths go in strips of at most 16 columns.
 #include <cstring>
 
@@ -25,6 +25,7 @@
 namespace {
 
 using zub::SampleTraits;
+using zub::h264::kStripHeight;
 using zub::h264::kStripWidth;
 
 enum Pos { P0, Pa, Pb, Pc, Pd, Pe, Pf, Pg, Ph, Pi, Pj, Pk, Pn, Pp, Pq, Pr };
@@ -86,46 +87,53 @@ void lumaRows(const T* __restrict s, std::ptrdiff_t ss, T* __restrict d, std::pt
     }
 }
 
-// The positions that use j (f, i, j, k, q).  j is taken horizontal pass
-// first: the unrounded horizontal sums b1 of the rows y - 2 .. y + 3 are kept
-// in a ring of six rows, one new row per output row, and the vertical six-tap
-// runs over them (the same exact integer sum as vertical first).  b and s are
-// then the rounded ring rows y and y + 1; h and m are taken from the source.
+// The positions that use j (f, i, j, k, q), a strip of at most 16 rows at a
+// time.  j is taken horizontal pass first: the unrounded horizontal sums b1 of
+// the strip's rows -2 .. n + 2 are stored one row after another (row step =
+// block width), so the vertical six-tap of every output sample is the same
+// expression at fixed offsets of one linear array, one long loop for the whole
+// strip whatever the block width (the same exact integer sum as vertical
+// first).  b and s are the rounded b1 of rows y and y + 1; h and m come from
+// the source.
 template <class T, int Position, int FixedW>
 void lumaRowsJ(const T* __restrict s, std::ptrdiff_t ss, T* __restrict d, std::ptrdiff_t ds, int width, int height,
                int maxv) {
     const int w = FixedW ? FixedW : width;
     using W = typename SampleTraits<T>::Wide;
     constexpr int kCap = FixedW ? FixedW : kStripWidth;
-    alignas(16) W ring[6][kCap];
-    W* r[6] = {ring[0], ring[1], ring[2], ring[3], ring[4], ring[5]};
-    auto rowSums = [w](W* __restrict out, const T* __restrict src) {
-        ZUB_VECTOR_LOOP
-        for (int x = 0; x < w; ++x) out[x] = tap6(src + x, 1);
-    };
-    for (int k = 0; k < 5; ++k) rowSums(r[k], s + (k - 2) * ss);
-    for (int y = 0; y < height; ++y, s += ss, d += ds) {
-        rowSums(r[5], s + 3 * ss);
-        const W *r0 = r[0], *r1 = r[1], *r2 = r[2], *r3 = r[3], *r4 = r[4], *r5 = r[5];
-        ZUB_VECTOR_LOOP
-        for (int x = 0; x < w; ++x) {
-            const int j1 = (r0[x] + r5[x]) - 5 * (r1[x] + r4[x]) + 20 * (r2[x] + r3[x]);
+    constexpr bool kUsesH = Position == Pi || Position == Pk;
+    alignas(16) W b1[(kStripHeight + 5) * kCap];
+    alignas(16) W hv[kUsesH ? kStripHeight * kCap : 1];
+    alignas(16) T out[kStripHeight * kCap];
+    for (int y0 = 0; y0 < height; y0 += kStripHeight, s += kStripHeight * ss) {
+        const int n = height - y0 < kStripHeight ? height - y0 : kStripHeight;
+        for (int r = 0; r < n + 5; ++r) {
+            W* __restrict row = b1 + r * w;
+            const T* src = s + (r - 2) * ss;
+            ZUB_VECTOR_LOOP
+            for (int x = 0; x < w; ++x) row[x] = tap6(src + x, 1);
+        }
+        if constexpr (kUsesH) {
+            for (int r = 0; r < n; ++r) {
+                W* __restrict row = hv + r * w;
+                const T* src = s + r * ss + (Position == Pk ? 1 : 0);  // k averages with m
+                ZUB_VECTOR_LOOP
+                for (int x = 0; x < w; ++x) row[x] = half(tap6(src + x, ss), maxv);
+            }
+        }
+        const int total = n * w;
+        const W* __restrict B = b1;
+        for (int i = 0; i < total; ++i) {
+            const int j1 = (B[i] + B[i + 5 * w]) - 5 * (B[i + w] + B[i + 4 * w]) + 20 * (B[i + 2 * w] + B[i + 3 * w]);
             const W j = static_cast<W>(zub::clip((j1 + 512) >> 10, maxv));
             W o;
             if constexpr (Position == Pj) o = j;
-            else if constexpr (Position == Pf) o = avg2(half(r2[x], maxv), j);
-            else if constexpr (Position == Pq) o = avg2(j, half(r3[x], maxv));
-            else if constexpr (Position == Pi) o = avg2(half(tap6(s + x, ss), maxv), j);
-            else o = avg2(j, half(tap6(s + x + 1, ss), maxv));  // k: j and m
-            d[x] = static_cast<T>(o);
+            else if constexpr (Position == Pf) o = avg2(half(B[i + 2 * w], maxv), j);
+            else if constexpr (Position == Pq) o = avg2(j, half(B[i + 3 * w], maxv));
+            else o = avg2(hv[i], j);  // i: h and j; k: j and m
+            out[i] = static_cast<T>(o);
         }
-        W* t = r[0];
-        r[0] = r[1];
-        r[1] = r[2];
-        r[2] = r[3];
-        r[3] = r[4];
-        r[4] = r[5];
-        r[5] = t;
+        for (int r = 0; r < n; ++r) zub::copySamples(d + (y0 + r) * ds, out + r * w, w);
     }
 }
 
