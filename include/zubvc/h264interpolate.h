@@ -138,7 +138,10 @@ ZUBVC_API ZubStatus zubiInterpolateChromaBlock_H264_8u_P2R(const H264BlockInterp
 ZUBVC_API ZubStatus zubiInterpolateChromaBlock_H264_16u_P2R(const H264BlockInterpolationParams* pParams);
 
 /* Boundary functions: read the footprint through the frame boundary into a
- * local buffer, then run the kernel; src is the plane origin.  Always 0. */
+ * local buffer, then run the kernel; src is the plane origin.  Always 0.
+ * Blocks taller than 16 rows go in strips of 16, each read through the
+ * boundary only where it crosses an edge; a record with a width above 28 or a
+ * size below 1 (never made by the Block functions) is left alone. */
 ZUBVC_API ZubStatus zubiInterpolateBoundaryLumaBlock_H264_8u(int edgeFlags, InterpolationKernelRecord* pRec);
 ZUBVC_API ZubStatus zubiInterpolateBoundaryLumaBlock_H264_16u(int edgeFlags, InterpolationKernelRecord* pRec);
 ZUBVC_API ZubStatus zubiInterpolateBoundaryChromaBlock_H264_8u(int edgeFlags, InterpolationKernelRecord* pRec);
