@@ -58,7 +58,8 @@ typedef struct H264DeblockingParams {
 
 /* Luma, four vertical edges (columns 0, 4, 8, 12) of 16 rows; the bS = 4
  * strong filter is chosen per run of four rows on every edge.
- * Checks: any of the six pointers null (-8); nothing else. */
+ * Checks: pSrcDst, pAlpha, pBeta, pThresholds or pBS null (-8), the five
+ * pointer arguments; nothing else (the step is not checked). */
 ZUBVC_API ZubStatus zubiFilterDeblockingLuma_VerEdge_H264_8u_C1IR(
     Zub8u* pSrcDst, Zub32s srcDstStep, const Zub8u* pAlpha, const Zub8u* pBeta,
     const Zub8u* pThresholds, const Zub8u* pBS);

@@ -238,7 +238,7 @@ inline ZubStatus mbaffEdge(T* src, ptrdiff_t step, int alpha, int beta, const T*
 template <class T>
 using MacroblockEdges = void (*)(T*, ptrdiff_t, const T*, const T*, const T*, const Zub8u*, int);
 
-// An 8u member with plain arguments: the six pointers are tested for null,
+// An 8u member with plain arguments: its five pointers are tested for null,
 // nothing else.
 template <MacroblockEdges<Zub8u> Edges>
 inline ZubStatus filterPlain8u(Zub8u* src, int step, const Zub8u* alpha, const Zub8u* beta, const Zub8u* tc0,

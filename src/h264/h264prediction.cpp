@@ -287,7 +287,9 @@ void predChromaDC(Zub8u* d, int s, int avail) {
     const bool top = avail & kTop, left = avail & kLeft;
     int q00 = kMissing, q01 = kMissing, q10 = kMissing, q11 = kMissing;
     if (top || left) {
-        const Zub8u* a = d - s;
+        // The row above is addressed only when it exists: with the left column
+        // alone the block may be the first row of the caller's buffer.
+        const Zub8u* a = top ? d - s : d;
         const int t0 = top ? a[0] + a[1] + a[2] + a[3] : 0;
         const int t1 = top ? a[4] + a[5] + a[6] + a[7] : 0;
         const int l0 = left ? d[-1] + d[s - 1] + d[2 * s - 1] + d[3 * s - 1] : 0;
