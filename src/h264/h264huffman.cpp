@@ -1,4 +1,5 @@
-// H.264 entropy decoding on the word cursor: Exp-Golomb codes (clause 9.1).
+// H.264 entropy decoding on the word cursor: Exp-Golomb codes (clause 9.1) and
+// CAVLC residual blocks (clause 9.2).
 #include <bit>
 #include <cstdint>
 
@@ -57,4 +58,328 @@ ZubStatus zubiDecodeExpGolombOne_H264_1u16s(const Zub32u** ppBitStream, Zub32u* 
     *pDst = static_cast<Zub16s>(static_cast<uint16_t>(k));
     c.store(ppBitStream, pBitOffset);
     return ZubStatusOk;
+}
+
+// ---------------------------------------------------------------------------
+// CAVLC residual blocks (clause 9.2).
+//
+// The decoders work on a local copy of the caller's cursor and store it back
+// on success and on the parse errors that are documented to leave it moved;
+// an invalid coeff_token returns before anything is stored, which leaves the
+// caller's cursor where it stood on entry.
+
+namespace {
+
+enum class BlockKind { Block4x4, ChromaDc2x2, ChromaDc2x4 };
+
+// Looks up one code of a multi-level table and returns the value fields
+// (bits 8..31 of the final entry) with the cursor after the code.  Unlike
+// zub::walkCodeTable it does not restore the cursor on the invalid marker:
+// total_zeros and run_before errors leave the cursor after the failed
+// look-up.  Reads each level with a peek and consumes only the bits of the
+// code, which is the read-then-give-back of the table format for any entry
+// that gives back no more bits than its level looked up.
+inline uint32_t lookupCode(WordCursor& c, const Zub32s* table) {
+    const Zub32s* t = table;
+    for (;;) {
+        const int n = t[0];
+        const uint32_t e = static_cast<uint32_t>(t[c.peek(n) + 1]);
+        const uint32_t low = e & 0xFFu;
+        if (low > 127u) {
+            c.skip(n);
+            t = table + (e >> 8);
+            continue;
+        }
+        c.skip(n - static_cast<int>(low));
+        return e >> 8;
+    }
+}
+
+// level_prefix of 16 or more (clause 9.2.2.1): the escape.  The prefix is
+// counted in whole 32-bit windows; the level code is formed modulo 2^16 (the
+// suffix of level_prefix - 3 bits matters by its low 16 bits only).
+inline int32_t decodeEscapeLevel(WordCursor& c, int suffixLength, int bonus) {
+    int prefix = 0;
+    uint32_t win;
+    while ((win = c.peek(32)) == 0) {
+        c.skip(32);
+        prefix += 32;
+    }
+    const int lead = std::countl_zero(win);
+    prefix += lead;
+    c.skip(lead + 1);
+    int n = prefix - 3;
+    while (n > 16) {
+        const int k = n - 16 < 32 ? n - 16 : 32;
+        c.skip(k);
+        n -= k;
+    }
+    const uint32_t suffix = c.read(n);
+    const uint32_t pow = prefix - 3 < 16 ? 1u << (prefix - 3) : 0u;
+    const uint32_t code = (static_cast<uint32_t>(sadd[suffixLength]) + 2u * static_cast<uint32_t>(bonus) + pow +
+                           (15u << suffixLength) + suffix - 4096u) &
+                          0xFFFFu;
+    return (code & 1u) ? -static_cast<int32_t>((code + 1u) >> 1) : static_cast<int32_t>((code + 2u) >> 1);
+}
+
+// Trailing-one signs and the remaining levels, in decoding order (highest
+// frequency first) into level[0 .. max(totalCoeff, trailingOnes) - 1].
+inline void decodeLevels(WordCursor& c, int totalCoeff, int trailingOnes, int32_t* level) {
+    if (trailingOnes > 0) {
+        const uint32_t signs = c.read(trailingOnes);
+        for (int i = 0; i < trailingOnes; ++i)
+            level[i] = 1 - 2 * static_cast<int32_t>((signs >> (trailingOnes - 1 - i)) & 1u);
+    }
+    if (trailingOnes >= totalCoeff) return;
+
+    int suffixLength = (totalCoeff > 10 && trailingOnes < 3) ? 1 : 0;
+    int bonus = trailingOnes < 3 ? 1 : 0;
+    uint32_t mag = 0;
+    for (int i = trailingOnes; i < totalCoeff; ++i) {
+        if (i > trailingOnes) {
+            if (i == trailingOnes + 1 && mag >= 4u)
+                suffixLength = 2;
+            else if (suffixLength < 6 && mag > static_cast<uint32_t>(vlc_inc[suffixLength]))
+                ++suffixLength;
+        }
+        // A level_prefix of 15 or less, its terminating 1 and the suffix (at
+        // most 12 bits) all lie within the next 32 bits.
+        const uint32_t win = c.peek(32);
+        int32_t v;
+        if (win >= 0x10000u) {
+            const int prefix = std::countl_zero(win);
+            const int nb = static_cast<uint16_t>(bitsToGetTbl16s[suffixLength][prefix]);
+            const uint32_t suffix = nb ? (win << (prefix + 1)) >> (32 - nb) : static_cast<uint32_t>(prefix);
+            c.skip(prefix + 1 + nb);
+            mag = (static_cast<uint16_t>(addOffsetTbl16s[suffixLength][prefix]) + static_cast<uint32_t>(bonus) +
+                   (suffix >> 1)) &
+                  0xFFFFu;
+            v = (suffix & 1u) ? -static_cast<int32_t>(mag) : static_cast<int32_t>(mag);
+        } else {
+            v = decodeEscapeLevel(c, suffixLength, bonus);
+            mag = static_cast<uint32_t>(v < 0 ? -v : v);
+        }
+        level[i] = v;
+        bonus = 0;
+    }
+}
+
+template <BlockKind K> struct Layout;
+template <> struct Layout<BlockKind::Block4x4> {
+    static constexpr int size = 16;
+};
+template <> struct Layout<BlockKind::ChromaDc2x2> {
+    static constexpr int size = 4;
+};
+template <> struct Layout<BlockKind::ChromaDc2x4> {
+    static constexpr int size = 8;
+};
+
+// Steps after coeff_token: count, levels, total_zeros, runs and placement.
+// maxCount is the maximum coefficient count (16 or 15 for 4x4 blocks, 4 or 8
+// for chroma DC); 4x4 positions go through the scan, shifted by one for
+// maxCount 15; chroma DC positions are raster (2x2) or mapped by
+// ChromaDC422RasterScan (2x4).
+template <class T, BlockKind K>
+ZubStatus decodeAfterToken(WordCursor& c, const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff,
+                           T** ppCoeffs, int totalCoeff, int trailingOnes, int maxCount,
+                           const Zub32s* const* ppTotalZeros, const Zub32s* const* ppRunBefore,
+                           const Zub32u* pScan) {
+    constexpr int kSize = Layout<K>::size;
+    *pNumCoeff = static_cast<Zub16s>(totalCoeff);
+    if (totalCoeff == 0) {
+        c.store(ppBitStream, pBitOffset);
+        return ZubStatusOk;
+    }
+    int32_t level[16];
+    decodeLevels(c, totalCoeff, trailingOnes, level);
+    T* const dst = *ppCoeffs;
+    for (int i = 0; i < kSize; ++i) dst[i] = 0;
+
+    int zerosLeft = 0;
+    if (totalCoeff < maxCount) {
+        const Zub32s* table = ppTotalZeros[totalCoeff];
+        if (!table) {
+            c.store(ppBitStream, pBitOffset);
+            return ZubStatusNullPointer;
+        }
+        const uint32_t tz = lookupCode(c, table);
+        if (tz == zub::kInvalidCode) {
+            c.store(ppBitStream, pBitOffset);
+            return ZubStatusVlcError;
+        }
+        zerosLeft = static_cast<int>(tz);
+    }
+
+    const int skipDc = K == BlockKind::Block4x4 ? 16 - maxCount : 0;
+    for (int i = 0; i < totalCoeff; ++i) {
+        const int left = totalCoeff - i;  // coefficients still to place, this one included
+        int run = 0;
+        if (left > 1 && zerosLeft > 0) {
+            const Zub32s* table = ppRunBefore[zerosLeft];
+            if (!table) {
+                c.store(ppBitStream, pBitOffset);
+                return ZubStatusNullPointer;
+            }
+            const uint32_t rb = lookupCode(c, table);
+            if (rb == zub::kInvalidCode) {
+                c.store(ppBitStream, pBitOffset);
+                return ZubStatusVlcError;
+            }
+            run = static_cast<int>(rb);
+        }
+        const int idx = (left + zerosLeft - 1 + skipDc) & (kSize - 1);
+        if constexpr (K == BlockKind::Block4x4)
+            dst[pScan[idx]] = static_cast<T>(level[i]);
+        else if constexpr (K == BlockKind::ChromaDc2x4)
+            dst[ChromaDC422RasterScan[idx]] = static_cast<T>(level[i]);
+        else
+            dst[idx] = static_cast<T>(level[i]);
+        zerosLeft -= run;
+    }
+    *ppCoeffs = dst + kSize;
+    c.store(ppBitStream, pBitOffset);
+    return ZubStatusOk;
+}
+
+template <class T>
+ZubStatus decodeCoeffs4x4(const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff, T** ppCoeffs, Zub32u nC,
+                          Zub16s maxNumCoeff, const Zub32s* const* ppCoeffToken, const Zub32s* const* ppTotalZeros,
+                          const Zub32s* const* ppRunBefore, const Zub32u* pScan) {
+    if (!ppBitStream || !pBitOffset || !ppCoeffs || !pNumCoeff || !ppCoeffToken || !ppTotalZeros || !ppRunBefore ||
+        !pScan || !*ppBitStream || !*ppCoeffs)
+        return ZubStatusNullPointer;
+    if (static_cast<Zub32s>(nC) < 0 || (maxNumCoeff != 16 && maxNumCoeff != 15)) return ZubStatusOutOfRange;
+
+    WordCursor c(*ppBitStream, *pBitOffset & 31u);
+    int totalCoeff, trailingOnes;
+    if (nC >= 8) {
+        // 6-bit fixed-length coeff_token: TotalCoeff - 1 in the high four
+        // bits, TrailingOnes in the low two; 000011 codes the empty block.
+        const uint32_t v = c.read(6);
+        totalCoeff = v == 3u ? 0 : static_cast<int>(v >> 2) + 1;
+        trailingOnes = v == 3u ? 0 : static_cast<int>(v & 3u);
+    } else {
+        const Zub32s* table = ppCoeffToken[nC < 4 ? nC >> 1 : 2];
+        if (!table) return ZubStatusNullPointer;
+        uint32_t fields;
+        if (!zub::walkCodeTable(c, table, fields)) return ZubStatusVlcError;
+        trailingOnes = static_cast<int>(fields & 0xFFu);
+        totalCoeff = static_cast<int>((fields >> 8) & 0xFFu);
+    }
+    return decodeAfterToken<T, BlockKind::Block4x4>(c, ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, totalCoeff,
+                                                    trailingOnes, maxNumCoeff, ppTotalZeros, ppRunBefore, pScan);
+}
+
+// coeff_token of a chroma DC block from its single table, then the rest.
+template <class T, BlockKind K>
+ZubStatus decodeChromaDcGeneral(WordCursor& c, const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff,
+                                T** ppCoeffs, const Zub32s* pCoeffToken, const Zub32s* const* ppTotalZeros,
+                                const Zub32s* const* ppRunBefore) {
+    uint32_t fields;
+    if (!zub::walkCodeTable(c, pCoeffToken, fields)) return ZubStatusVlcError;
+    return decodeAfterToken<T, K>(c, ppBitStream, pBitOffset, pNumCoeff, ppCoeffs,
+                                  static_cast<int>((fields >> 8) & 0xFFu), static_cast<int>(fields & 0xFFu),
+                                  Layout<K>::size, ppTotalZeros, ppRunBefore, nullptr);
+}
+
+template <class T>
+ZubStatus decodeChromaDc2x2(const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff, T** ppCoeffs,
+                            const Zub32s* pCoeffToken, const Zub32s* const* ppTotalZeros,
+                            const Zub32s* const* ppRunBefore) {
+    if (!ppBitStream || !pBitOffset || !pNumCoeff || !*ppBitStream) return ZubStatusNullPointer;
+    WordCursor c(*ppBitStream, *pBitOffset & 31u);
+    const uint32_t head = c.peek(5);
+    if (head & 0x10u) {
+        // coeff_token "1": one coefficient, a trailing one; then its sign and
+        // total_zeros (Table 9-9(a)) decoded by ChromaDCRunTable.
+        if (!ppCoeffs || !*ppCoeffs) return ZubStatusNullPointer;
+        const Zub8s* run = ChromaDCRunTable + 2 * (head & 7u);
+        T* const dst = *ppCoeffs;
+        dst[0] = dst[1] = dst[2] = dst[3] = 0;
+        dst[run[0] & 3] = static_cast<T>((head & 0x08u) ? -1 : 1);
+        *ppCoeffs = dst + 4;
+        *pNumCoeff = 1;
+        c.skip(run[1]);
+        c.store(ppBitStream, pBitOffset);
+        return ZubStatusOk;
+    }
+    if (head & 0x08u) {
+        // coeff_token "01": no coefficients.
+        *pNumCoeff = 0;
+        c.skip(2);
+        c.store(ppBitStream, pBitOffset);
+        return ZubStatusOk;
+    }
+    if (!ppCoeffs || !pCoeffToken || !ppTotalZeros || !ppRunBefore || !*ppCoeffs) return ZubStatusNullPointer;
+    return decodeChromaDcGeneral<T, BlockKind::ChromaDc2x2>(c, ppBitStream, pBitOffset, pNumCoeff, ppCoeffs,
+                                                            pCoeffToken, ppTotalZeros, ppRunBefore);
+}
+
+template <class T>
+ZubStatus decodeChromaDc2x4(const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff, T** ppCoeffs,
+                            const Zub32s* pCoeffToken, const Zub32s* const* ppTotalZeros,
+                            const Zub32s* const* ppRunBefore) {
+    if (!ppBitStream || !pBitOffset || !ppCoeffs || !pNumCoeff || !pCoeffToken || !ppTotalZeros || !ppRunBefore ||
+        !*ppBitStream || !*ppCoeffs)
+        return ZubStatusNullPointer;
+    WordCursor c(*ppBitStream, *pBitOffset & 31u);
+    return decodeChromaDcGeneral<T, BlockKind::ChromaDc2x4>(c, ppBitStream, pBitOffset, pNumCoeff, ppCoeffs,
+                                                            pCoeffToken, ppTotalZeros, ppRunBefore);
+}
+
+}  // namespace
+
+ZubStatus zubiDecodeCAVLCCoeffs_H264_1u16s(const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff,
+                                           Zub16s** ppCoeffs, Zub32u nC, Zub16s maxNumCoeff,
+                                           const Zub32s* const* ppCoeffTokenTables,
+                                           const Zub32s* const* ppTotalZerosTables,
+                                           const Zub32s* const* ppRunBeforeTables, const Zub32u* pScan) {
+    return decodeCoeffs4x4(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, nC, maxNumCoeff, ppCoeffTokenTables,
+                           ppTotalZerosTables, ppRunBeforeTables, pScan);
+}
+
+ZubStatus zubiDecodeCAVLCCoeffs_H264_1u32s(const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff,
+                                           Zub32s** ppCoeffs, Zub32u nC, Zub16s maxNumCoeff,
+                                           const Zub32s* const* ppCoeffTokenTables,
+                                           const Zub32s* const* ppTotalZerosTables,
+                                           const Zub32s* const* ppRunBeforeTables, const Zub32u* pScan) {
+    return decodeCoeffs4x4(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, nC, maxNumCoeff, ppCoeffTokenTables,
+                           ppTotalZerosTables, ppRunBeforeTables, pScan);
+}
+
+ZubStatus zubiDecodeCAVLCChromaDcCoeffs_H264_1u16s(const Zub32u** ppBitStream, Zub32u* pBitOffset,
+                                                   Zub16s* pNumCoeff, Zub16s** ppCoeffs,
+                                                   const Zub32s* pCoeffTokenTable,
+                                                   const Zub32s* const* ppTotalZerosTables,
+                                                   const Zub32s* const* ppRunBeforeTables) {
+    return decodeChromaDc2x2(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, pCoeffTokenTable, ppTotalZerosTables,
+                             ppRunBeforeTables);
+}
+
+ZubStatus zubiDecodeCAVLCChromaDcCoeffs_H264_1u32s(const Zub32u** ppBitStream, Zub32u* pBitOffset,
+                                                   Zub16s* pNumCoeff, Zub32s** ppCoeffs,
+                                                   const Zub32s* pCoeffTokenTable,
+                                                   const Zub32s* const* ppTotalZerosTables,
+                                                   const Zub32s* const* ppRunBeforeTables) {
+    return decodeChromaDc2x2(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, pCoeffTokenTable, ppTotalZerosTables,
+                             ppRunBeforeTables);
+}
+
+ZubStatus zubiDecodeCAVLCChroma422DcCoeffs_H264_1u16s(const Zub32u** ppBitStream, Zub32u* pBitOffset,
+                                                      Zub16s* pNumCoeff, Zub16s** ppCoeffs,
+                                                      const Zub32s* pCoeffTokenTable,
+                                                      const Zub32s* const* ppTotalZerosTables,
+                                                      const Zub32s* const* ppRunBeforeTables) {
+    return decodeChromaDc2x4(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, pCoeffTokenTable, ppTotalZerosTables,
+                             ppRunBeforeTables);
+}
+
+ZubStatus zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(const Zub32u** ppBitStream, Zub32u* pBitOffset,
+                                                      Zub16s* pNumCoeff, Zub32s** ppCoeffs,
+                                                      const Zub32s* pCoeffTokenTable,
+                                                      const Zub32s* const* ppTotalZerosTables,
+                                                      const Zub32s* const* ppRunBeforeTables) {
+    return decodeChromaDc2x4(ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, pCoeffTokenTable, ppTotalZerosTables,
+                             ppRunBeforeTables);
 }
