@@ -72,26 +72,63 @@ namespace {
 
 enum class BlockKind { Block4x4, ChromaDc2x2, ChromaDc2x4 };
 
+// coeff_token table of nC 0..7: nC / 2 below 4, else 2 (a look-up rather than
+// comparisons, which mispredict on mixed nC).
+constexpr uint8_t kCoeffTokenTableOfNc[8] = {0, 0, 1, 1, 2, 2, 2, 2};
+
+// Look-ahead over the cursor for the syntax elements of one block: the next
+// bits at the cursor, left-aligned in `bits` with `avail` of them valid,
+// taken from the top.  The cursor moves only on a refill and when the block's
+// state is stored, so most elements cost a shift instead of a cursor update
+// with its word-boundary test.  A refill peeks 32 bits, which may touch the
+// word after the cursor's current one, as any read may.
+struct Window {
+    WordCursor& c;
+    uint32_t bits;
+    int avail;  // 0..32
+
+    explicit Window(WordCursor& cur) : c(cur), bits(cur.peek(32)), avail(32) {}
+    // Moves the cursor past the bits taken so far (bits is stale until refill).
+    void flush() {
+        c.skip(32 - avail);
+        avail = 32;
+    }
+    void refill() {
+        flush();
+        bits = c.peek(32);
+    }
+    // Makes at least n (1..32) valid bits available at the top.
+    void need(int n) {
+        if (avail < n) refill();
+    }
+    uint32_t show(int n) const { return bits >> (32 - n); }  // n = 1..32
+    void drop(int n) {  // n = 0..avail
+        bits = static_cast<uint32_t>(uint64_t{bits} << n);
+        avail -= n;
+    }
+};
+
 // Looks up one code of a multi-level table and returns the value fields
-// (bits 8..31 of the final entry) with the cursor after the code.  Unlike
+// (bits 8..31 of the final entry) with the window after the code.  Unlike
 // zub::walkCodeTable it does not restore the cursor on the invalid marker:
 // total_zeros and run_before errors leave the cursor after the failed
-// look-up.  Reads each level with a peek and consumes only the bits of the
-// code, which is the read-then-give-back of the table format for any entry
-// that gives back no more bits than its level looked up.
-inline uint32_t lookupCode(WordCursor& c, const Zub32s* table) {
+// look-up, and a failed coeff_token simply never stores the local cursor
+// back.  Only the bits of the code are consumed, which equals reading each
+// level's bits and giving back the final entry's count for any table whose
+// entries give back no more bits than their level looked up.
+inline uint32_t lookupCode(Window& win, const Zub32s* table) {
     const Zub32s* t = table;
     for (;;) {
         const int n = t[0];
-        const uint32_t e = static_cast<uint32_t>(t[c.peek(n) + 1]);
+        win.need(n);
+        const uint32_t e = static_cast<uint32_t>(t[win.show(n) + 1]);
         const uint32_t low = e & 0xFFu;
-        if (low > 127u) {
-            c.skip(n);
-            t = table + (e >> 8);
-            continue;
+        if (low <= 127u) {
+            win.drop(n - static_cast<int>(low));
+            return e >> 8;
         }
-        c.skip(n - static_cast<int>(low));
-        return e >> 8;
+        win.drop(n);
+        t = table + (e >> 8);
     }
 }
 
@@ -122,45 +159,59 @@ inline int32_t decodeEscapeLevel(WordCursor& c, int suffixLength, int bonus) {
     return (code & 1u) ? -static_cast<int32_t>((code + 1u) >> 1) : static_cast<int32_t>((code + 2u) >> 1);
 }
 
+// One level (clause 9.2.2.1) at the given suffixLength, with `bonus` 1 for
+// the first level after fewer than three trailing ones; `mag` receives its
+// magnitude.
+inline int32_t decodeLevel(Window& win, int suffixLength, int bonus, uint32_t& mag) {
+    // A level_prefix of 15 or less, its terminating 1 and the suffix (at
+    // most 12 bits) take at most 28 bits.
+    win.need(28);
+    if (win.bits < 0x10000u) [[unlikely]] {
+        win.flush();
+        const int32_t v = decodeEscapeLevel(win.c, suffixLength, bonus);
+        win.refill();
+        mag = static_cast<uint32_t>(v < 0 ? -v : v);
+        return v;
+    }
+    const int prefix = std::countl_zero(win.bits);
+    const int nb = static_cast<uint16_t>(bitsToGetTbl16s[suffixLength][prefix]);
+    // The nb suffix bits after the prefix and its 1; without suffix bits the
+    // prefix stands in for the suffix.
+    win.drop(prefix + 1);
+    const uint32_t suffix = nb ? win.show(nb) : static_cast<uint32_t>(prefix);
+    win.drop(nb);
+    mag = (static_cast<uint16_t>(addOffsetTbl16s[suffixLength][prefix]) + static_cast<uint32_t>(bonus) +
+           (suffix >> 1)) &
+          0xFFFFu;
+    return (suffix & 1u) ? -static_cast<int32_t>(mag) : static_cast<int32_t>(mag);
+}
+
 // Trailing-one signs and the remaining levels, in decoding order (highest
 // frequency first) into level[0 .. max(totalCoeff, trailingOnes) - 1].
-inline void decodeLevels(WordCursor& c, int totalCoeff, int trailingOnes, int32_t* level) {
-    if (trailingOnes > 0) {
-        const uint32_t signs = c.read(trailingOnes);
-        for (int i = 0; i < trailingOnes; ++i)
-            level[i] = 1 - 2 * static_cast<int32_t>((signs >> (trailingOnes - 1 - i)) & 1u);
-    }
+inline void decodeLevels(Window& win, int totalCoeff, int trailingOnes, int32_t* level) {
+    // Trailing-one signs, most significant first, 1 for -1: the three next
+    // bits give three candidates, of which the first trailingOnes (at most
+    // 3) are kept; the level loop overwrites the others.
+    win.need(3);
+    const uint32_t signs = win.show(3);
+    win.drop(trailingOnes);
+    level[0] = 1 - static_cast<int32_t>((signs >> 1) & 2u);
+    level[1] = 1 - static_cast<int32_t>(signs & 2u);
+    level[2] = 1 - static_cast<int32_t>((signs << 1) & 2u);
     if (trailingOnes >= totalCoeff) return;
 
+    // suffixLength starts at 1 above ten coefficients with fewer than three
+    // trailing ones, else 0; the first level carries the bonus then.
     int suffixLength = (totalCoeff > 10 && trailingOnes < 3) ? 1 : 0;
-    int bonus = trailingOnes < 3 ? 1 : 0;
-    uint32_t mag = 0;
-    for (int i = trailingOnes; i < totalCoeff; ++i) {
-        if (i > trailingOnes) {
-            if (i == trailingOnes + 1 && mag >= 4u)
-                suffixLength = 2;
-            else if (suffixLength < 6 && mag > static_cast<uint32_t>(vlc_inc[suffixLength]))
-                ++suffixLength;
-        }
-        // A level_prefix of 15 or less, its terminating 1 and the suffix (at
-        // most 12 bits) all lie within the next 32 bits.
-        const uint32_t win = c.peek(32);
-        int32_t v;
-        if (win >= 0x10000u) {
-            const int prefix = std::countl_zero(win);
-            const int nb = static_cast<uint16_t>(bitsToGetTbl16s[suffixLength][prefix]);
-            const uint32_t suffix = nb ? (win << (prefix + 1)) >> (32 - nb) : static_cast<uint32_t>(prefix);
-            c.skip(prefix + 1 + nb);
-            mag = (static_cast<uint16_t>(addOffsetTbl16s[suffixLength][prefix]) + static_cast<uint32_t>(bonus) +
-                   (suffix >> 1)) &
-                  0xFFFFu;
-            v = (suffix & 1u) ? -static_cast<int32_t>(mag) : static_cast<int32_t>(mag);
-        } else {
-            v = decodeEscapeLevel(c, suffixLength, bonus);
-            mag = static_cast<uint32_t>(v < 0 ? -v : v);
-        }
-        level[i] = v;
-        bonus = 0;
+    uint32_t mag;
+    level[trailingOnes] = decodeLevel(win, suffixLength, trailingOnes < 3 ? 1 : 0, mag);
+    // Before the second level: suffixLength 2 after a first magnitude of 4 or
+    // more; otherwise it grows past vlc_inc[suffixLength], which from 0 or 1
+    // and a magnitude of 1..3 (never 0) always gives 1.
+    suffixLength = mag >= 4u ? 2 : 1;
+    for (int i = trailingOnes + 1; i < totalCoeff; ++i) {
+        level[i] = decodeLevel(win, suffixLength, 0, mag);
+        if (suffixLength < 6) suffixLength += mag > static_cast<uint32_t>(vlc_inc[suffixLength]) ? 1 : 0;
     }
 }
 
@@ -181,18 +232,19 @@ template <> struct Layout<BlockKind::ChromaDc2x4> {
 // maxCount 15; chroma DC positions are raster (2x2) or mapped by
 // ChromaDC422RasterScan (2x4).
 template <class T, BlockKind K>
-ZubStatus decodeAfterToken(WordCursor& c, const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff,
+ZubStatus decodeAfterToken(Window& win, const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff,
                            T** ppCoeffs, int totalCoeff, int trailingOnes, int maxCount,
                            const Zub32s* const* ppTotalZeros, const Zub32s* const* ppRunBefore,
                            const Zub32u* pScan) {
     constexpr int kSize = Layout<K>::size;
     *pNumCoeff = static_cast<Zub16s>(totalCoeff);
     if (totalCoeff == 0) {
-        c.store(ppBitStream, pBitOffset);
+        win.flush();
+        win.c.store(ppBitStream, pBitOffset);
         return ZubStatusOk;
     }
     int32_t level[16];
-    decodeLevels(c, totalCoeff, trailingOnes, level);
+    decodeLevels(win, totalCoeff, trailingOnes, level);
     T* const dst = *ppCoeffs;
     for (int i = 0; i < kSize; ++i) dst[i] = 0;
 
@@ -200,45 +252,57 @@ ZubStatus decodeAfterToken(WordCursor& c, const Zub32u** ppBitStream, Zub32u* pB
     if (totalCoeff < maxCount) {
         const Zub32s* table = ppTotalZeros[totalCoeff];
         if (!table) {
-            c.store(ppBitStream, pBitOffset);
+            win.flush();
+            win.c.store(ppBitStream, pBitOffset);
             return ZubStatusNullPointer;
         }
-        const uint32_t tz = lookupCode(c, table);
+        const uint32_t tz = lookupCode(win, table);
         if (tz == zub::kInvalidCode) {
-            c.store(ppBitStream, pBitOffset);
+            win.flush();
+            win.c.store(ppBitStream, pBitOffset);
             return ZubStatusVlcError;
         }
         zerosLeft = static_cast<int>(tz);
     }
 
+    // Placement from the highest frequency down: the coefficient with `left`
+    // coefficients still to place (itself included) goes to scan index
+    // left + zerosLeft - 1 (one further for 4x4 AC blocks), then zerosLeft
+    // falls by its run.
     const int skipDc = K == BlockKind::Block4x4 ? 16 - maxCount : 0;
-    for (int i = 0; i < totalCoeff; ++i) {
-        const int left = totalCoeff - i;  // coefficients still to place, this one included
-        int run = 0;
-        if (left > 1 && zerosLeft > 0) {
-            const Zub32s* table = ppRunBefore[zerosLeft];
-            if (!table) {
-                c.store(ppBitStream, pBitOffset);
-                return ZubStatusNullPointer;
-            }
-            const uint32_t rb = lookupCode(c, table);
-            if (rb == zub::kInvalidCode) {
-                c.store(ppBitStream, pBitOffset);
-                return ZubStatusVlcError;
-            }
-            run = static_cast<int>(rb);
-        }
-        const int idx = (left + zerosLeft - 1 + skipDc) & (kSize - 1);
+    auto place = [&](int idx, int32_t v) {
+        idx &= kSize - 1;
         if constexpr (K == BlockKind::Block4x4)
-            dst[pScan[idx]] = static_cast<T>(level[i]);
+            dst[pScan[idx]] = static_cast<T>(v);
         else if constexpr (K == BlockKind::ChromaDc2x4)
-            dst[ChromaDC422RasterScan[idx]] = static_cast<T>(level[i]);
+            dst[ChromaDC422RasterScan[idx]] = static_cast<T>(v);
         else
-            dst[idx] = static_cast<T>(level[i]);
-        zerosLeft -= run;
+            dst[idx] = static_cast<T>(v);
+    };
+    int i = 0, left = totalCoeff;
+    // run_before is coded while zeros are left and more than one coefficient
+    // remains.
+    for (; left > 1 && zerosLeft > 0; ++i, --left) {
+        const Zub32s* table = ppRunBefore[zerosLeft];
+        if (!table) {
+            win.flush();
+            win.c.store(ppBitStream, pBitOffset);
+            return ZubStatusNullPointer;
+        }
+        const uint32_t run = lookupCode(win, table);
+        if (run == zub::kInvalidCode) {
+            win.flush();
+            win.c.store(ppBitStream, pBitOffset);
+            return ZubStatusVlcError;
+        }
+        place(left + zerosLeft - 1 + skipDc, level[i]);
+        zerosLeft -= static_cast<int>(run);
     }
+    // The rest follow without runs (the last takes the zeros left).
+    for (; left > 0; ++i, --left) place(left + zerosLeft - 1 + skipDc, level[i]);
     *ppCoeffs = dst + kSize;
-    c.store(ppBitStream, pBitOffset);
+    win.flush();
+    win.c.store(ppBitStream, pBitOffset);
     return ZubStatusOk;
 }
 
@@ -252,22 +316,24 @@ ZubStatus decodeCoeffs4x4(const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s
     if (static_cast<Zub32s>(nC) < 0 || (maxNumCoeff != 16 && maxNumCoeff != 15)) return ZubStatusOutOfRange;
 
     WordCursor c(*ppBitStream, *pBitOffset & 31u);
+    Window win(c);
     int totalCoeff, trailingOnes;
     if (nC >= 8) {
         // 6-bit fixed-length coeff_token: TotalCoeff - 1 in the high four
         // bits, TrailingOnes in the low two; 000011 codes the empty block.
-        const uint32_t v = c.read(6);
+        const uint32_t v = win.show(6);
+        win.drop(6);
         totalCoeff = v == 3u ? 0 : static_cast<int>(v >> 2) + 1;
         trailingOnes = v == 3u ? 0 : static_cast<int>(v & 3u);
     } else {
-        const Zub32s* table = ppCoeffToken[nC < 4 ? nC >> 1 : 2];
+        const Zub32s* table = ppCoeffToken[kCoeffTokenTableOfNc[nC]];
         if (!table) return ZubStatusNullPointer;
-        uint32_t fields;
-        if (!zub::walkCodeTable(c, table, fields)) return ZubStatusVlcError;
+        const uint32_t fields = lookupCode(win, table);
+        if (fields == zub::kInvalidCode) return ZubStatusVlcError;  // the caller's cursor is untouched
         trailingOnes = static_cast<int>(fields & 0xFFu);
         totalCoeff = static_cast<int>((fields >> 8) & 0xFFu);
     }
-    return decodeAfterToken<T, BlockKind::Block4x4>(c, ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, totalCoeff,
+    return decodeAfterToken<T, BlockKind::Block4x4>(win, ppBitStream, pBitOffset, pNumCoeff, ppCoeffs, totalCoeff,
                                                     trailingOnes, maxNumCoeff, ppTotalZeros, ppRunBefore, pScan);
 }
 
@@ -276,9 +342,10 @@ template <class T, BlockKind K>
 ZubStatus decodeChromaDcGeneral(WordCursor& c, const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff,
                                 T** ppCoeffs, const Zub32s* pCoeffToken, const Zub32s* const* ppTotalZeros,
                                 const Zub32s* const* ppRunBefore) {
-    uint32_t fields;
-    if (!zub::walkCodeTable(c, pCoeffToken, fields)) return ZubStatusVlcError;
-    return decodeAfterToken<T, K>(c, ppBitStream, pBitOffset, pNumCoeff, ppCoeffs,
+    Window win(c);
+    const uint32_t fields = lookupCode(win, pCoeffToken);
+    if (fields == zub::kInvalidCode) return ZubStatusVlcError;  // the caller's cursor is untouched
+    return decodeAfterToken<T, K>(win, ppBitStream, pBitOffset, pNumCoeff, ppCoeffs,
                                   static_cast<int>((fields >> 8) & 0xFFu), static_cast<int>(fields & 0xFFu),
                                   Layout<K>::size, ppTotalZeros, ppRunBefore, nullptr);
 }

@@ -21,12 +21,15 @@ inline uint32_t dcScale(const Zub16s* pLevelScale, int q) {
 }
 
 // Dequantisation of luma DC and 4:2:2 chroma DC (clauses 8.5.10, 8.5.11.2):
-// e >= 6: (f s) << (e - 6); otherwise (f s + 2^(5-e)) >> (6 - e).
-inline int32_t scaleShift6(uint32_t f, uint32_t scale, int e) {
-    const uint32_t p = f * scale;
-    if (e >= 6) return s(p << (e - 6));
-    return s(p + (1u << (5 - e))) >> (6 - e);
-}
+// e >= 6: (f s) << (e - 6); otherwise (f s + 2^(5-e)) >> (6 - e).  The
+// shift and rounding term are fixed once per block.
+struct Scale6 {
+    uint32_t scale, round;
+    int left, right;
+    Scale6(uint32_t s, int e)
+        : scale(s), round(e >= 6 ? 0u : 1u << (5 - e)), left(e >= 6 ? e - 6 : 0), right(e >= 6 ? 0 : 6 - e) {}
+    int32_t operator()(uint32_t f) const { return s((f * scale + round) << left) >> right; }
+};
 
 // Four-point butterfly of the Hadamard matrix with rows (1 1 1 1),
 // (1 1 -1 -1), (1 -1 -1 1), (1 -1 1 -1).
@@ -42,16 +45,16 @@ template <class T>
 ZubStatus lumaDc4x4(T* pSrcDst, int qp, const Zub16s* pLevelScale, int maxQp) {
     if (!pSrcDst) return ZubStatusNullPointer;
     if (qp < 0 || qp > maxQp) return ZubStatusOutOfRange;
-    const uint32_t scale = dcScale(pLevelScale, qp);
-    const int e = h264_qp6[qp];
-    uint32_t tmp[16];
-    for (int r = 0; r < 4; ++r)
-        hadamard4(u(pSrcDst[4 * r]), u(pSrcDst[4 * r + 1]), u(pSrcDst[4 * r + 2]), u(pSrcDst[4 * r + 3]),
-                  tmp + 4 * r);
+    const Scale6 dq(dcScale(pLevelScale, qp), h264_qp6[qp]);
+    // Widening all values first lets the 16-bit variant share the code
+    // shape of the 32-bit one, which compilers turn into vector code.
+    uint32_t c[16], tmp[16];
+    for (int i = 0; i < 16; ++i) c[i] = u(pSrcDst[i]);
+    for (int r = 0; r < 4; ++r) hadamard4(c[4 * r], c[4 * r + 1], c[4 * r + 2], c[4 * r + 3], tmp + 4 * r);
     for (int col = 0; col < 4; ++col) {
         uint32_t f[4];
         hadamard4(tmp[col], tmp[4 + col], tmp[8 + col], tmp[12 + col], f);
-        for (int r = 0; r < 4; ++r) pSrcDst[4 * r + col] = static_cast<T>(scaleShift6(f[r], scale, e));
+        for (int r = 0; r < 4; ++r) pSrcDst[4 * r + col] = static_cast<T>(dq(f[r]));
     }
     return ZubStatusOk;
 }
@@ -77,8 +80,7 @@ ZubStatus chromaDc2x4(T* pSrcDst, int qp, const Zub16s* pLevelScale, int maxQp) 
     if (!pSrcDst) return ZubStatusNullPointer;
     if (qp < 0 || qp > maxQp) return ZubStatusOutOfRange;
     const int q = qp + 3;  // QP'c,DC = QP'c + 3 for 4:2:2 (clause 8.5.11.2)
-    const uint32_t scale = dcScale(pLevelScale, q);
-    const int e = h264_qp6[q];
+    const Scale6 dq(dcScale(pLevelScale, q), h264_qp6[q]);
     // f = A c B: the four-point butterfly down each of the two columns, then
     // the sum and difference of the two columns of each row.
     uint32_t colL[4], colR[4];
@@ -92,8 +94,8 @@ ZubStatus chromaDc2x4(T* pSrcDst, int qp, const Zub16s* pLevelScale, int maxQp) 
             f0 = u(static_cast<int16_t>(f0));
             f1 = u(static_cast<int16_t>(f1));
         }
-        pSrcDst[2 * r] = static_cast<T>(scaleShift6(f0, scale, e));
-        pSrcDst[2 * r + 1] = static_cast<T>(scaleShift6(f1, scale, e));
+        pSrcDst[2 * r] = static_cast<T>(dq(f0));
+        pSrcDst[2 * r + 1] = static_cast<T>(dq(f1));
     }
     return ZubStatusOk;
 }
