@@ -116,7 +116,7 @@ struct Window {
 // back.  Only the bits of the code are consumed, which equals reading each
 // level's bits and giving back the final entry's count for any table whose
 // entries give back no more bits than their level looked up.
-inline uint32_t lookupCode(Window& win, const Zub32s* table) {
+[[gnu::always_inline]] inline uint32_t lookupCode(Window& win, const Zub32s* table) {
     const Zub32s* t = table;
     for (;;) {
         const int n = t[0];
@@ -135,7 +135,7 @@ inline uint32_t lookupCode(Window& win, const Zub32s* table) {
 // level_prefix of 16 or more (clause 9.2.2.1): the escape.  The prefix is
 // counted in whole 32-bit windows; the level code is formed modulo 2^16 (the
 // suffix of level_prefix - 3 bits matters by its low 16 bits only).
-inline int32_t decodeEscapeLevel(WordCursor& c, int suffixLength, int bonus) {
+[[gnu::noinline, gnu::cold]] int32_t decodeEscapeLevel(WordCursor& c, int suffixLength, int bonus) {
     int prefix = 0;
     uint32_t win;
     while ((win = c.peek(32)) == 0) {
@@ -162,7 +162,7 @@ inline int32_t decodeEscapeLevel(WordCursor& c, int suffixLength, int bonus) {
 // One level (clause 9.2.2.1) at the given suffixLength, with `bonus` 1 for
 // the first level after fewer than three trailing ones; `mag` receives its
 // magnitude.
-inline int32_t decodeLevel(Window& win, int suffixLength, int bonus, uint32_t& mag) {
+[[gnu::always_inline]] inline int32_t decodeLevel(Window& win, int suffixLength, int bonus, uint32_t& mag) {
     // A level_prefix of 15 or less, its terminating 1 and the suffix (at
     // most 12 bits) take at most 28 bits.
     win.need(28);
@@ -188,7 +188,7 @@ inline int32_t decodeLevel(Window& win, int suffixLength, int bonus, uint32_t& m
 
 // Trailing-one signs and the remaining levels, in decoding order (highest
 // frequency first) into level[0 .. max(totalCoeff, trailingOnes) - 1].
-inline void decodeLevels(Window& win, int totalCoeff, int trailingOnes, int32_t* level) {
+[[gnu::always_inline]] inline void decodeLevels(Window& win, int totalCoeff, int trailingOnes, int32_t* level) {
     // Trailing-one signs, most significant first, 1 for -1: the three next
     // bits give three candidates, of which the first trailingOnes (at most
     // 3) are kept; the level loop overwrites the others.
@@ -232,7 +232,7 @@ template <> struct Layout<BlockKind::ChromaDc2x4> {
 // maxCount 15; chroma DC positions are raster (2x2) or mapped by
 // ChromaDC422RasterScan (2x4).
 template <class T, BlockKind K>
-ZubStatus decodeAfterToken(Window& win, const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff,
+[[gnu::always_inline]] inline ZubStatus decodeAfterToken(Window& win, const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff,
                            T** ppCoeffs, int totalCoeff, int trailingOnes, int maxCount,
                            const Zub32s* const* ppTotalZeros, const Zub32s* const* ppRunBefore,
                            const Zub32u* pScan) {
