@@ -60,7 +60,10 @@ ZUBVC_API ZubStatus zubiDecodeCAVLCCoeffs_H264_1u16s(const Zub32u** ppBitStream,
                                                      const Zub32s* const* ppTotalZerosTables,
                                                      const Zub32s* const* ppRunBeforeTables,
                                                      const Zub32u* pScan);
-/* The same with 32-bit coefficients (the level arithmetic is the same). */
+/* The same with 32-bit coefficients.  The level arithmetic is the same 16-bit
+ * arithmetic: an escape level code is reduced to 16 bits and gives a level of
+ * -32768..32768, which the 32-bit variants store as is and the 16-bit ones
+ * truncate (32768 becomes -32768). */
 ZUBVC_API ZubStatus zubiDecodeCAVLCCoeffs_H264_1u32s(const Zub32u** ppBitStream, Zub32u* pBitOffset,
                                                      Zub16s* pNumCoeff, Zub32s** ppCoeffs, Zub32u nC,
                                                      Zub16s maxNumCoeff,
