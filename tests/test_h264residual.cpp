@@ -120,7 +120,9 @@ void roundTrip(Kind kind, int nC, int maxCount, const Zub32u* scan, const std::v
         counts.push_back(zubtools::writeCavlcBlock(bw, b.data(), maxCount, nC));
         ends.push_back(bw.bitCount());
     }
-    const std::vector<uint32_t> words = bw.words();
+    // Exactly one readable word after the data (sanitizer builds catch reads
+    // beyond it).
+    const std::vector<uint32_t> words = bw.words(1);
     const int n = blockSize(kind);
     std::vector<T> buf(n * blocks.size() + 1, static_cast<T>(0x7777));
     const Zub32u* cur = words.data();
@@ -303,6 +305,19 @@ TEST(CavlcDecode, LevelPrefixBeyond32Bits) {
     }
 }
 
+TEST(CavlcDecode, EscapeEndingTheStreamReadsNoFurtherThanOneWord) {
+    // Sixteen coefficients (no total_zeros, no runs), the last decoded one an
+    // escape, with the stream ending exactly at a word boundary.
+    std::vector<int32_t> levels(16, 3);
+    levels[0] = 30000;
+    BitWriter probe;
+    zubtools::writeCavlcBlock(probe, levels.data(), 16, 8);
+    const int pad = static_cast<int>((32 - probe.bitCount() % 32) % 32);
+    std::vector<std::vector<int32_t>> blocks{levels};
+    roundTrip<Zub16s>(Kind::Block4x4, 8, 16, kZigzag, blocks, pad);
+    roundTrip<Zub32s>(Kind::Block4x4, 8, 16, kZigzag, blocks, pad);
+}
+
 TEST(CavlcDecode, FixedLengthCoeffToken) {
     const auto& t = h264CavlcTables();
     const Zub32s* const nullTables[3] = {nullptr, nullptr, nullptr};
@@ -385,39 +400,33 @@ TEST(CavlcErrors, NullAndRangeChecksInOrder) {
     BitWriter bw;
     bw.put(1, 1);
     Fixture4x4 f(bw);
-    const Zub32s* const* ct = t.coeffToken;
-    const Zub32s* const* tz = t.totalZeros;
-    const Zub32s* const* rb = t.runBefore;
     const Zub32u* nullWord = nullptr;
     Zub16s* nullCoeffs = nullptr;
-    auto call = [&](const Zub32u** a, Zub32u* b, Zub16s* c, Zub16s** d, Zub32u nC, Zub16s m, const Zub32s* const* e,
-                    const Zub32s* const* g, const Zub32s* const* h, const Zub32u* s) {
-        return zubiDecodeCAVLCCoeffs_H264_1u16s(a, b, c, d, nC, m, e, g, h, s);
+    // Pointer k null (the eight arguments, then the current word and the
+    // coefficient pointer they hold) wins over a negative nC and a bad count.
+    for (int k = 0; k < 10; ++k)
+        EXPECT_EQ(zubiDecodeCAVLCCoeffs_H264_1u16s(
+                      k == 0 ? nullptr : k == 8 ? &nullWord : &f.cur, k == 1 ? nullptr : &f.off,
+                      k == 2 ? nullptr : &f.count, k == 3 ? nullptr : k == 9 ? &nullCoeffs : &f.p, 0xFFFFFFFFu, 14,
+                      k == 4 ? nullptr : t.coeffToken, k == 5 ? nullptr : t.totalZeros, k == 6 ? nullptr : t.runBefore,
+                      k == 7 ? nullptr : kZigzag),
+                  ZubStatusNullPointer)
+            << k;
+    auto call = [&](Zub32u nC, Zub16s maxCount, const Zub32s* const* ct) {
+        return zubiDecodeCAVLCCoeffs_H264_1u16s(&f.cur, &f.off, &f.count, &f.p, nC, maxCount, ct, t.totalZeros,
+                                                t.runBefore, kZigzag);
     };
-    // Null pointers win over bad ranges (nC negative, maxNumCoeff 14).
-    const Zub32u badNc = 0xFFFFFFFFu;
-    EXPECT_EQ(call(nullptr, &f.off, &f.count, &f.p, badNc, 14, ct, tz, rb, kZigzag), ZubStatusNullPointer);
-    EXPECT_EQ(call(&f.cur, nullptr, &f.count, &f.p, badNc, 14, ct, tz, rb, kZigzag), ZubStatusNullPointer);
-    EXPECT_EQ(call(&f.cur, &f.off, nullptr, &f.p, badNc, 14, ct, tz, rb, kZigzag), ZubStatusNullPointer);
-    EXPECT_EQ(call(&f.cur, &f.off, &f.count, nullptr, badNc, 14, ct, tz, rb, kZigzag), ZubStatusNullPointer);
-    EXPECT_EQ(call(&f.cur, &f.off, &f.count, &f.p, badNc, 14, nullptr, tz, rb, kZigzag), ZubStatusNullPointer);
-    EXPECT_EQ(call(&f.cur, &f.off, &f.count, &f.p, badNc, 14, ct, nullptr, rb, kZigzag), ZubStatusNullPointer);
-    EXPECT_EQ(call(&f.cur, &f.off, &f.count, &f.p, badNc, 14, ct, tz, nullptr, kZigzag), ZubStatusNullPointer);
-    EXPECT_EQ(call(&f.cur, &f.off, &f.count, &f.p, badNc, 14, ct, tz, rb, nullptr), ZubStatusNullPointer);
-    EXPECT_EQ(call(&nullWord, &f.off, &f.count, &f.p, badNc, 14, ct, tz, rb, kZigzag), ZubStatusNullPointer);
-    EXPECT_EQ(call(&f.cur, &f.off, &f.count, &nullCoeffs, badNc, 14, ct, tz, rb, kZigzag), ZubStatusNullPointer);
     // Ranges: maxNumCoeff 15 or 16 only; nC negative as a signed value.
     for (Zub16s m : {Zub16s{0}, Zub16s{4}, Zub16s{14}, Zub16s{17}, Zub16s{-16}})
-        EXPECT_EQ(call(&f.cur, &f.off, &f.count, &f.p, 0, m, ct, tz, rb, kZigzag), ZubStatusOutOfRange) << m;
+        EXPECT_EQ(call(0, m, t.coeffToken), ZubStatusOutOfRange) << m;
     for (Zub32u nC : {0xFFFFFFFFu, 0xFFFFFFFEu, 0x80000000u})
-        EXPECT_EQ(call(&f.cur, &f.off, &f.count, &f.p, nC, 16, ct, tz, rb, kZigzag), ZubStatusOutOfRange) << nC;
+        EXPECT_EQ(call(nC, 16, t.coeffToken), ZubStatusOutOfRange) << nC;
     // The coeff_token table that nC selects must be there; others need not.
     const Zub32s* const partial[3] = {t.coeffToken[0], nullptr, t.coeffToken[2]};
-    for (Zub32u nC : {2u, 3u})
-        EXPECT_EQ(call(&f.cur, &f.off, &f.count, &f.p, nC, 16, partial, tz, rb, kZigzag), ZubStatusNullPointer);
+    for (Zub32u nC : {2u, 3u}) EXPECT_EQ(call(nC, 16, partial), ZubStatusNullPointer);
     EXPECT_TRUE(f.untouched());
     // Stream "1": the empty block at nC 0-1.
-    EXPECT_EQ(call(&f.cur, &f.off, &f.count, &f.p, 1, 16, partial, tz, rb, kZigzag), ZubStatusOk);
+    EXPECT_EQ(call(1, 16, partial), ZubStatusOk);
     EXPECT_EQ(f.count, 0);
     EXPECT_EQ(f.off, 30u);
 }
@@ -604,21 +613,13 @@ TEST(CavlcErrors, ChromaDc2x2FastPathsAndChecks) {
         const Zub32u* nullWord = nullptr;
         Zub32u off = 31;
         Zub16s count = -1;
-        EXPECT_EQ(zubiDecodeCAVLCChromaDcCoeffs_H264_1u16s(&nullWord, &off, &count, &p, t.coeffTokenChromaDc,
-                                                           t.totalZerosChromaDc, t.runBefore),
-                  ZubStatusNullPointer);
-        EXPECT_EQ(zubiDecodeCAVLCChromaDcCoeffs_H264_1u16s(&cur, &off, nullptr, &p, t.coeffTokenChromaDc,
-                                                           t.totalZerosChromaDc, t.runBefore),
-                  ZubStatusNullPointer);
-        EXPECT_EQ(zubiDecodeCAVLCChromaDcCoeffs_H264_1u16s(&cur, &off, &count, &p, nullptr, t.totalZerosChromaDc,
-                                                           t.runBefore),
-                  ZubStatusNullPointer);
-        EXPECT_EQ(zubiDecodeCAVLCChromaDcCoeffs_H264_1u16s(&cur, &off, &count, &p, t.coeffTokenChromaDc, nullptr,
-                                                           t.runBefore),
-                  ZubStatusNullPointer);
-        EXPECT_EQ(zubiDecodeCAVLCChromaDcCoeffs_H264_1u16s(&cur, &off, &count, &p, t.coeffTokenChromaDc,
-                                                           t.totalZerosChromaDc, nullptr),
-                  ZubStatusNullPointer);
+        for (int k = 0; k < 5; ++k)
+            EXPECT_EQ(zubiDecodeCAVLCChromaDcCoeffs_H264_1u16s(
+                          k == 0 ? &nullWord : &cur, &off, k == 1 ? nullptr : &count, &p,
+                          k == 2 ? nullptr : t.coeffTokenChromaDc, k == 3 ? nullptr : t.totalZerosChromaDc,
+                          k == 4 ? nullptr : t.runBefore),
+                      ZubStatusNullPointer)
+                << k;
         EXPECT_EQ(count, -1);
         EXPECT_EQ(off, 31u);
         EXPECT_EQ(block[0], 9);
@@ -650,21 +651,13 @@ TEST(CavlcErrors, ChromaDc2x4Checks) {
     const Zub32s* ct = t.coeffTokenChromaDc422;
     const Zub32s* const* tz = t.totalZerosChromaDc422;
     const Zub32s* const* rb = t.runBefore;
-    EXPECT_EQ(zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(nullptr, &off, &count, &p, ct, tz, rb), ZubStatusNullPointer);
-    EXPECT_EQ(zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(&cur, nullptr, &count, &p, ct, tz, rb), ZubStatusNullPointer);
-    EXPECT_EQ(zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(&cur, &off, nullptr, &p, ct, tz, rb), ZubStatusNullPointer);
-    EXPECT_EQ(zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(&cur, &off, &count, nullptr, ct, tz, rb),
-              ZubStatusNullPointer);
-    EXPECT_EQ(zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(&cur, &off, &count, &p, nullptr, tz, rb),
-              ZubStatusNullPointer);
-    EXPECT_EQ(zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(&cur, &off, &count, &p, ct, nullptr, rb),
-              ZubStatusNullPointer);
-    EXPECT_EQ(zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(&cur, &off, &count, &p, ct, tz, nullptr),
-              ZubStatusNullPointer);
-    EXPECT_EQ(zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(&nullWord, &off, &count, &p, ct, tz, rb),
-              ZubStatusNullPointer);
-    EXPECT_EQ(zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(&cur, &off, &count, &nullCoeffs, ct, tz, rb),
-              ZubStatusNullPointer);
+    for (int k = 0; k < 9; ++k)
+        EXPECT_EQ(zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(
+                      k == 0 ? nullptr : k == 7 ? &nullWord : &cur, k == 1 ? nullptr : &off,
+                      k == 2 ? nullptr : &count, k == 3 ? nullptr : k == 8 ? &nullCoeffs : &p, k == 4 ? nullptr : ct,
+                      k == 5 ? nullptr : tz, k == 6 ? nullptr : rb),
+                  ZubStatusNullPointer)
+            << k;
     EXPECT_EQ(count, -1);
     EXPECT_EQ(block[0], 5);
     ASSERT_EQ(zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(&cur, &off, &count, &p, ct, tz, rb), ZubStatusOk);

@@ -80,22 +80,30 @@ constexpr uint8_t kCoeffTokenTableOfNc[8] = {0, 0, 1, 1, 2, 2, 2, 2};
 // bits at the cursor, left-aligned in `bits` with `avail` of them valid,
 // taken from the top.  The cursor moves only on a refill and when the block's
 // state is stored, so most elements cost a shift instead of a cursor update
-// with its word-boundary test.  A refill peeks 32 bits, which may touch the
-// word after the cursor's current one, as any read may.
+// with its word-boundary test.  A refill peeks 32 bits, touching at most the
+// word after the cursor's current one, and happens only before an element
+// is read, so the look-ahead never reaches further than a plain read would.
 struct Window {
     WordCursor& c;
     uint32_t bits;
-    int avail;  // 0..32
+    int avail;  // valid bits in `bits`, 0..32
+    int taken;  // bits consumed since the cursor last moved, 0..32
 
-    explicit Window(WordCursor& cur) : c(cur), bits(cur.peek(32)), avail(32) {}
-    // Moves the cursor past the bits taken so far (bits is stale until refill).
+    explicit Window(WordCursor& cur) : c(cur), bits(cur.peek(32)), avail(32), taken(0) {}
+    // Moves the cursor past the bits consumed so far.
     void flush() {
-        c.skip(32 - avail);
-        avail = 32;
+        c.skip(taken);
+        taken = 0;
+    }
+    // Continues after the cursor has been moved directly: no bits at hand.
+    void clear() {
+        bits = 0;
+        avail = 0;
     }
     void refill() {
         flush();
         bits = c.peek(32);
+        avail = 32;
     }
     // Makes at least n (1..32) valid bits available at the top.
     void need(int n) {
@@ -105,6 +113,7 @@ struct Window {
     void drop(int n) {  // n = 0..avail
         bits = static_cast<uint32_t>(uint64_t{bits} << n);
         avail -= n;
+        taken += n;
     }
 };
 
@@ -169,7 +178,7 @@ struct Window {
     if (win.bits < 0x10000u) [[unlikely]] {
         win.flush();
         const int32_t v = decodeEscapeLevel(win.c, suffixLength, bonus);
-        win.refill();
+        win.clear();
         mag = static_cast<uint32_t>(v < 0 ? -v : v);
         return v;
     }
