@@ -32,20 +32,30 @@ Stream makeStream(int rate, int blocks) {
         int count;
         if (rate == 0) {
             const unsigned r = rng() % 100;
-            count = r < 33 ? 0 : r < 60 ? 1 + static_cast<int>(rng() % 2) : r < 85 ? 3 + static_cast<int>(rng() % 3) : 6 + static_cast<int>(rng() % 5);
+            count = r < 33   ? 0
+                    : r < 60 ? 1 + static_cast<int>(rng() % 2)
+                    : r < 85 ? 3 + static_cast<int>(rng() % 3)
+                             : 6 + static_cast<int>(rng() % 5);
         } else {
             count = 8 + static_cast<int>(rng() % 9);
         }
         // Levels concentrate at low frequencies; magnitudes decay with it.
         for (int k = 0; k < count; ++k) {
-            int pos = rate == 0 ? static_cast<int>(std::min<unsigned>(15, (rng() % 6) + (rng() % 6) * (rng() % 3))) : static_cast<int>(rng() % 16);
+            int pos = rate == 0 ? static_cast<int>(std::min<unsigned>(15, (rng() % 6) + (rng() % 6) * (rng() % 3)))
+                                : static_cast<int>(rng() % 16);
             while (levels[pos]) pos = (pos + 1) % 16;
             int mag = 1;
             const unsigned r = rng() % 100;
             if (rate == 0)
-                mag = r < 60 ? 1 : r < 85 ? 2 : r < 95 ? 3 + static_cast<int>(rng() % 3) : 6 + static_cast<int>(rng() % 20);
+                mag = r < 60   ? 1
+                      : r < 85 ? 2
+                      : r < 95 ? 3 + static_cast<int>(rng() % 3)
+                               : 6 + static_cast<int>(rng() % 20);
             else
-                mag = r < 25 ? 1 : r < 50 ? 2 + static_cast<int>(rng() % 3) : r < 85 ? 5 + static_cast<int>(rng() % 20) : 25 + static_cast<int>(rng() % 200);
+                mag = r < 25   ? 1
+                      : r < 50 ? 2 + static_cast<int>(rng() % 3)
+                      : r < 85 ? 5 + static_cast<int>(rng() % 20)
+                               : 25 + static_cast<int>(rng() % 200);
             levels[pos] = (rng() & 1) ? -mag : mag;
         }
         const Zub32u nC = static_cast<Zub32u>(prevCount);

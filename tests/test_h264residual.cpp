@@ -711,7 +711,8 @@ TEST(CavlcTables, EveryCodeWordDecodes) {
             }
     }
     for (int tc = 1; tc <= 15; ++tc)
-        for (int tz = 0; tz <= 16 - tc; ++tz) cases.push_back({t.totalZeros[tc], zubtools::h264TotalZerosCode(16, tc, tz)});
+        for (int tz = 0; tz <= 16 - tc; ++tz)
+            cases.push_back({t.totalZeros[tc], zubtools::h264TotalZerosCode(16, tc, tz)});
     for (int tc = 1; tc <= 3; ++tc)
         for (int tz = 0; tz <= 4 - tc; ++tz)
             cases.push_back({t.totalZerosChromaDc[tc], zubtools::h264TotalZerosCode(4, tc, tz)});

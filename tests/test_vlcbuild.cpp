@@ -30,7 +30,8 @@ std::vector<VlcCode> randomCode(std::mt19937& rng, int leaves, int maxLen, bool 
         codes.push_back(VlcCode{(c.code << 1) | 1u, c.length + 1, 0});
     }
     if (dropSome)
-        for (int i = 0; i < 3 && codes.size() > 2; ++i) codes.erase(codes.begin() + static_cast<long>(rng() % codes.size()));
+        for (int i = 0; i < 3 && codes.size() > 2; ++i)
+            codes.erase(codes.begin() + static_cast<long>(rng() % codes.size()));
     for (size_t i = 0; i < codes.size(); ++i) codes[i].fields = static_cast<uint32_t>(i * 7919 % 0xF0F0);
     return codes;
 }

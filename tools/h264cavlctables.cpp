@@ -167,7 +167,8 @@ struct Storage {
         for (int col = 0; col < 5; ++col) {
             std::vector<VlcCode> codes;
             for (const CoeffTokenRow& r : kTable9_5)
-                if (*r.code[col]) codes.push_back(vlcCodeFromString(r.code[col], tokenFields(r.trailingOnes, r.totalCoeff)));
+                if (*r.code[col])
+                    codes.push_back(vlcCodeFromString(r.code[col], tokenFields(r.trailingOnes, r.totalCoeff)));
             coeffToken[col] = buildVlcTable(codes, {8});
         }
         for (int i = 0; i < 15; ++i) totalZeros[i] = buildVlcTable(rowCodes(kTable9_7_8[i], 16), {9});

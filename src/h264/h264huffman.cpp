@@ -241,10 +241,11 @@ template <> struct Layout<BlockKind::ChromaDc2x4> {
 // maxCount 15; chroma DC positions are raster (2x2) or mapped by
 // ChromaDC422RasterScan (2x4).
 template <class T, BlockKind K>
-[[gnu::always_inline]] inline ZubStatus decodeAfterToken(Window& win, const Zub32u** ppBitStream, Zub32u* pBitOffset, Zub16s* pNumCoeff,
-                           T** ppCoeffs, int totalCoeff, int trailingOnes, int maxCount,
-                           const Zub32s* const* ppTotalZeros, const Zub32s* const* ppRunBefore,
-                           const Zub32u* pScan) {
+[[gnu::always_inline]] inline ZubStatus decodeAfterToken(Window& win, const Zub32u** ppBitStream, Zub32u* pBitOffset,
+                                                         Zub16s* pNumCoeff, T** ppCoeffs, int totalCoeff,
+                                                         int trailingOnes, int maxCount,
+                                                         const Zub32s* const* ppTotalZeros,
+                                                         const Zub32s* const* ppRunBefore, const Zub32u* pScan) {
     constexpr int kSize = Layout<K>::size;
     *pNumCoeff = static_cast<Zub16s>(totalCoeff);
     if (totalCoeff == 0) {
