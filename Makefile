@@ -11,7 +11,7 @@ PACKAGES = cmake make g++ g++-multilib libgtest-dev libbenchmark-dev pkg-config
 
 CONFIGURE = $(CMAKE) -S . -DCMAKE_BUILD_TYPE=Release -Wno-dev
 
-.PHONY: all deps build build-x64 build-x86 build-san test test-x64 test-x86 test-san demo bench clean
+.PHONY: all deps build build-x64 build-x86 build-san test test-x64 test-x86 test-san demo bench bench-decoder clean
 
 all: build
 
@@ -53,11 +53,21 @@ test-san: build-san
 test: test-x64 test-x86 test-san
 	@echo "all configurations passed: x86-64, x86-32, sanitizers"
 
+# Decodes the bundled sample stream with the example H.264 decoder: frames,
+# frames per second and the MD5 of the whole output; the pictures go to
+# $(BUILD)/demo.yuv.
+DEMO_STREAM ?= tests/data/qcif_qp26.264
 demo: build-x64
 	$(BUILD)/x64/examples/zubvc-info
+	$(BUILD)/x64/examples/h264dec/zubvc-h264dec $(DEMO_STREAM) -o $(BUILD)/demo.yuv
 
 bench: build-x64
 	$(BUILD)/x64/bench/zubvc_bench --benchmark_min_time=0.2
+
+# The example decoder against ffmpeg's plain C decoder on a 1280x720 CAVLC
+# stream (needs ffmpeg with libx264; the stream is made on first use).
+bench-decoder: build-x64
+	sh bench/bench_h264dec.sh $(BUILD)/x64/examples/h264dec/zubvc-h264dec $(BUILD)/bench_720p.264
 
 clean:
 	rm -rf $(BUILD)

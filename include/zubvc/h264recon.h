@@ -1,7 +1,127 @@
-/* libzubvcpx - H.264 inverse 4x4 transforms with prediction add and macroblock reconstruction.  Included through <zubvc.h>. */
+/* libzubvcpx - H.264 inverse 4x4 transforms with prediction add and macroblock reconstruction.  Included through <zubvc.h>.
+ *
+ * Coefficient blocks are 16 values in raster order of the 4x4 block (index =
+ * 4 x row + column), as the CAVLC decoders leave them.  The macroblock
+ * functions take the address of the caller's coefficient pointer: the
+ * non-empty blocks lie packed one after another (16 coefficients each) in
+ * decoding order, a bit mask says which blocks are present, and on success the
+ * pointer is advanced past every block consumed.  Nothing is written and the
+ * pointer is left unchanged when an error is returned.
+ *
+ * Dequantisation follows H.264 clause 8.5.12.1 with the flat scaling matrix
+ * (LevelScale4x4 = 16 x normAdjust4x4): for qP >= 24 the scaled level is
+ * (c x LevelScale4x4) << (qP / 6 - 4), otherwise
+ * (c x LevelScale4x4 + 2^(3 - qP / 6)) >> (4 - qP / 6).  The inverse transform
+ * is that of clause 8.5.12.2 with the final (x + 32) >> 6, and the residual is
+ * added to the prediction with saturation to 0..255 (0..(1 << bitDepth) - 1
+ * for 16-bit samples).  The DC of Intra16x16 luma blocks and of chroma blocks
+ * is supplied already scaled by the DC transforms and enters the inverse
+ * transform unchanged.  The arithmetic wraps modulo 2^32 instead of
+ * overflowing for coefficients no conforming stream contains.
+ *
+ * Luma 4x4 blocks are numbered as luma4x4BlkIdx of H.264 clause 6.4.3 (the
+ * 8x8 quadrants in raster order, the four 4x4 blocks of each in raster order);
+ * chroma 4x4 blocks in raster order of the 8x8 block.
+ *
+ * Neighbour availability of the intra macroblock functions uses the bits of
+ * the intra prediction functions, applied to whole macroblocks: 1 the
+ * macroblock above, 2 the macroblock to the left, 32 the macroblock above-left,
+ * 64 the macroblock above-right.  Other bits are ignored.
+ */
 #ifndef ZUBVC_H264RECON_H
 #define ZUBVC_H264RECON_H
 
 #include "core.h"
+
+/* One 4x4 block: dequantises pCoeffs at qp, inverse transforms and adds the
+ * residual to the 4x4 prediction at pSrcDst (row step in bytes), in place.
+ * pDC, when not null, supplies the already scaled DC (Intra16x16 luma, chroma
+ * AC blocks): *pDC replaces the dequantised pCoeffs[0].  pCoeffs may be null
+ * when pDC is not: the block then has no AC coefficients and only the DC is
+ * added.  The coefficients are only read.
+ * Checks: pSrcDst null, or pCoeffs and pDC both null (-8); srcDstStep < 4
+ * (-14); qp outside 0..51 (-11). */
+ZUBVC_API ZubStatus zubiTransformQuantInvAddPred4x4_H264_16s_C1IR(const Zub16s* pCoeffs, const Zub16s* pDC,
+                                                                  Zub8u* pSrcDst, int srcDstStep, int qp);
+
+/* The high-bit-depth form: 32-bit coefficients and DC, 16-bit samples with
+ * the row step counted in samples, qp the extended QP (QP + 6 x
+ * (bitDepth - 8)), saturation to 0..(1 << bitDepth) - 1.
+ * Checks: pSrcDst null, or pCoeffs and pDC both null (-8); srcDstStep < 4
+ * (-14); qp outside 0..87, then bitDepth outside 8..14 (-11). */
+ZUBVC_API ZubStatus zubiTransformQuantInvAddPred4x4_H264_32s_C1IR(const Zub32s* pCoeffs, const Zub32s* pDC,
+                                                                  Zub16u* pSrcDst, int srcDstStep, int qp,
+                                                                  int bitDepth);
+
+/* Dequantises and inverse transforms one 4x4 block in place: the 16
+ * coefficients are replaced by the residual (clause 8.5.12, including the
+ * (x + 32) >> 6), stored as its low 16 bits.  pDC as above (null: the DC is
+ * dequantised from pSrcDst[0]).
+ * Checks: pSrcDst null (-8); qp outside 0..51 (-11). */
+ZUBVC_API ZubStatus zubiDequantTransformResidual_H264_16s_C1I(Zub16s* pSrcDst, const Zub16s* pDC, int qp);
+
+/* Inter luma macroblock: adds the residual of the present 4x4 blocks to the
+ * 16x16 prediction at pSrcDst (row step in bytes).  Bit n of cbp4x4 set means
+ * block luma4x4BlkIdx n is present in the packed coefficients.
+ * Checks: ppSrcCoeff, pSrcDst, then *ppSrcCoeff null (-8); srcDstStep < 16
+ * (-14); qp outside 0..51 (-11). */
+ZUBVC_API ZubStatus zubiReconstructLumaInterMB_H264_16s8u_C1R(Zub16s** ppSrcCoeff, Zub8u* pSrcDst,
+                                                             int srcDstStep, Zub32u cbp4x4, int qp);
+
+/* Inter chroma macroblock (4:2:0): adds the residual of both 8x8 chroma blocks
+ * to their predictions at pSrcDstU and pSrcDstV (one row step in bytes).
+ * pDC holds the eight scaled DC values of the 2x2 DC transforms, four of U
+ * then four of V, each in raster order of the 4x4 blocks.  Bits 0..3 of
+ * cbp4x4 say which AC blocks of U are present, bits 4..7 those of V; the
+ * packed blocks are the U ones, then the V ones, 16 coefficients each, their
+ * coefficient 0 ignored.  qpU and qpV are the chroma QPs QPc of Table 8-15.
+ * Checks: ppSrcCoeff, pSrcDstU, pSrcDstV, pDC, then *ppSrcCoeff null (-8);
+ * srcDstStep < 8 (-14); qpU, then qpV outside 0..39 (-11). */
+ZUBVC_API ZubStatus zubiReconstructChromaInterMB_H264_16s8u_P2R(Zub16s** ppSrcCoeff, Zub8u* pSrcDstU,
+                                                               Zub8u* pSrcDstV, int srcDstStep,
+                                                               const Zub16s* pDC, Zub32u cbp4x4, int qpU,
+                                                               int qpV);
+
+/* Intra 4x4 luma macroblock: for each 4x4 block in decoding order, predicts it
+ * with zubiPredictIntra_4x4_H264_8u_C1IR from the samples already
+ * reconstructed around it (pModes: the 16 Intra4x4PredMode values by
+ * luma4x4BlkIdx), then adds its residual when bit n of cbp4x4 is set.  The
+ * neighbour flags of each block follow from the macroblock availability: the
+ * row above and the above-left sample inside the macroblock always exist,
+ * above-right samples of blocks 3, 7, 11, 13 and 15 never, those of block 5
+ * come from the macroblock above-right (clause 6.4.11.4).  Returns
+ * ZubStatusNeighbourSubstitutedWarning when a block's mode needed samples the
+ * flags mark missing (they were taken as 128), else ZubStatusOk.
+ * Checks: ppSrcCoeff, pSrcDst, pModes, then *ppSrcCoeff null (-8);
+ * srcDstStep < 16 (-14); a mode above 8, then qp outside 0..51 (-11). */
+ZUBVC_API ZubStatus zubiReconstructLumaIntraMB_H264_16s8u_C1R(Zub16s** ppSrcCoeff, Zub8u* pSrcDst,
+                                                             int srcDstStep, const Zub8u* pModes,
+                                                             Zub32u cbp4x4, int qp, int availability);
+
+/* Intra 16x16 luma macroblock: predicts the macroblock with
+ * zubiPredictIntra_16x16_H264_8u_C1IR (predMode 0 vertical, 1 horizontal,
+ * 2 DC, 3 plane), then adds to each 4x4 block its DC from pDC (16 values
+ * scaled by the luma DC transform, raster order of the 4x4 grid of blocks)
+ * and, when bit n of cbp4x4 is set, its AC coefficients (coefficient 0 of a
+ * packed block is ignored).
+ * Checks: ppSrcCoeff, pSrcDst, pDC, then *ppSrcCoeff null (-8); srcDstStep
+ * < 16 (-14); predMode outside 0..3, then qp outside 0..51 (-11); a mode whose
+ * neighbours are missing (-117), nothing written. */
+ZUBVC_API ZubStatus zubiReconstructLumaIntra16x16MB_H264_16s8u_C1R(Zub16s** ppSrcCoeff, Zub8u* pSrcDst,
+                                                                  int srcDstStep, int predMode,
+                                                                  const Zub16s* pDC, Zub32u cbp4x4, int qp,
+                                                                  int availability);
+
+/* Intra chroma macroblock (4:2:0): predicts both 8x8 blocks with
+ * zubiPredictIntraChroma8x8_H264_8u_C1IR (predMode 0 DC, 1 horizontal,
+ * 2 vertical, 3 plane), then adds the residual as
+ * zubiReconstructChromaInterMB_H264_16s8u_P2R does.
+ * Checks: ppSrcCoeff, pSrcDstU, pSrcDstV, pDC, then *ppSrcCoeff null (-8);
+ * srcDstStep < 8 (-14); predMode outside 0..3, then qpU, then qpV outside
+ * 0..39 (-11); a mode whose neighbours are missing (-117), nothing written. */
+ZUBVC_API ZubStatus zubiReconstructChromaIntraMB_H264_16s8u_P2R(Zub16s** ppSrcCoeff, Zub8u* pSrcDstU,
+                                                               Zub8u* pSrcDstV, int srcDstStep, int predMode,
+                                                               const Zub16s* pDC, Zub32u cbp4x4, int qpU,
+                                                               int qpV, int availability);
 
 #endif

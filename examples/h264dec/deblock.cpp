@@ -1,0 +1,194 @@
+// The deblocking filter of a decoded picture (H.264 clause 8.7): boundary
+// strengths, alpha, beta and tC0 per edge; the filtering itself is the
+// library's.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "decoder.h"
+#include "state.h"
+#include "zubvc.h"
+
+namespace h264dec {
+
+namespace {
+
+// Table 8-16: alpha' and beta' by indexA / indexB.
+const uint8_t kAlpha[52] = {0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,   0,   0,   0,   0,   0,   4,   4,
+                            5,  6,  7,  8,  9,  10, 12, 13, 15, 17, 20,  22,  25,  28,  32,  36,  40,  45,
+                            50, 56, 63, 71, 80, 90, 101, 113, 127, 144, 162, 182, 203, 226, 255, 255};
+const uint8_t kBeta[52] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  0,  0,  0,  0,  0,  2,  2,  2,  3,  3,  3,  3,  4,  4,  4,
+                           6, 6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 14, 14, 15, 15, 16, 16, 17, 17, 18, 18};
+// Table 8-17: tC0' by indexA for bS = 1, 2, 3.
+const uint8_t kTc0[52][3] = {
+    {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0},   {0, 0, 0},   {0, 0, 0},   {0, 0, 0},
+    {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0},   {0, 0, 0},   {0, 0, 0},   {0, 0, 1},
+    {0, 0, 1}, {0, 0, 1}, {0, 0, 1}, {0, 1, 1}, {0, 1, 1}, {1, 1, 1},   {1, 1, 1},   {1, 1, 1},   {1, 1, 1},
+    {1, 1, 2}, {1, 1, 2}, {1, 1, 2}, {1, 1, 2}, {1, 2, 3}, {1, 2, 3},   {2, 2, 3},   {2, 2, 4},   {2, 3, 4},
+    {2, 3, 4}, {3, 3, 5}, {3, 4, 6}, {3, 4, 6}, {4, 5, 7}, {4, 5, 8},   {4, 6, 9},   {5, 7, 10},  {6, 8, 11},
+    {6, 8, 13}, {7, 10, 14}, {8, 11, 16}, {9, 12, 18}, {10, 13, 20}, {11, 15, 23}, {13, 17, 25}};
+
+struct EdgeParams {
+    Zub8u alpha[2], beta[2];
+};
+
+}  // namespace
+
+void Decoder::deblockPicture() {
+    SliceState& s = *st_;
+    Frame& f = *cur_;
+    const int w = s.wMbs, s4 = s.stride4();
+    const int chromaOff[2] = {pps_->chromaQpIndexOffset, pps_->secondChromaQpIndexOffset};
+    auto qpOf = [&](size_t mb) { return s.kind[mb] == MbIPCM ? 0 : static_cast<int>(s.qp[mb]); };
+    auto isIntra = [&](size_t mb) { return s.kind[mb] != MbInter; };
+
+    const int16_t* mv = s.mv.data();
+    const uint32_t* serial = s.refSerial.data();
+    // bS 1 or 0 between two inter 4x4 blocks without coefficients: different
+    // reference pictures, or motion vectors four quarter samples apart.
+    auto motionBs = [&](size_t bp, size_t bq) -> Zub8u {
+        return serial[bp] != serial[bq] || std::abs(mv[2 * bp] - mv[2 * bq]) >= 4 ||
+               std::abs(mv[2 * bp + 1] - mv[2 * bq + 1]) >= 4;
+    };
+
+    for (int my = 0; my < s.hMbs; ++my)
+        for (int mx = 0; mx < w; ++mx) {
+            const size_t mb = static_cast<size_t>(my) * w + mx;
+            if (s.sliceNum[mb] < 0) continue;
+            const auto& sp = s.slices[static_cast<size_t>(s.sliceNum[mb])];
+            if (sp.disableDeblocking == 1) continue;
+            const bool left = mx > 0 && s.sliceNum[mb - 1] >= 0 &&
+                              (sp.disableDeblocking != 2 || s.sliceNum[mb - 1] == s.sliceNum[mb]);
+            const bool top = my > 0 && s.sliceNum[mb - w] >= 0 &&
+                             (sp.disableDeblocking != 2 || s.sliceNum[mb - w] == s.sliceNum[mb]);
+            const size_t blk0 = static_cast<size_t>(my) * 4 * s4 + static_cast<size_t>(mx) * 4;
+            const uint8_t* nz = &s.nnz[mb * 24];
+            alignas(4) Zub8u bsV[16], bsH[16];
+            if (isIntra(mb)) {
+                for (int i = 0; i < 4; ++i) {
+                    bsV[i] = left ? 4 : 0;
+                    bsH[i] = top ? 4 : 0;
+                }
+                std::fill(bsV + 4, bsV + 16, Zub8u{3});
+                std::fill(bsH + 4, bsH + 16, Zub8u{3});
+            } else {
+                // Internal edges (clause 8.7.2.1): 2 with coefficients on either
+                // side, else the motion test.  A macroblock without luma
+                // coefficients whose blocks share one motion has none to filter.
+                uint64_t nzWords[2];
+                std::memcpy(nzWords, nz, 16);
+                bool uniform = (nzWords[0] | nzWords[1]) == 0;
+                for (int k = 0; k < 4 && uniform; ++k)
+                    for (int c = 0; c < 4; ++c) {
+                        const size_t b = blk0 + static_cast<size_t>(k) * s4 + c;
+                        if (serial[b] != serial[blk0] || mv[2 * b] != mv[2 * blk0] || mv[2 * b + 1] != mv[2 * blk0 + 1]) {
+                            uniform = false;
+                            break;
+                        }
+                    }
+                if (uniform) {
+                    std::fill(bsV + 4, bsV + 16, Zub8u{0});
+                    std::fill(bsH + 4, bsH + 16, Zub8u{0});
+                } else
+                for (int e = 1; e < 4; ++e)
+                    for (int k = 0; k < 4; ++k) {
+                        const size_t bq = blk0 + static_cast<size_t>(k) * s4 + e;
+                        bsV[4 * e + k] = (nz[k * 4 + e] | nz[k * 4 + e - 1]) ? 2 : motionBs(bq - 1, bq);
+                        const size_t hq = blk0 + static_cast<size_t>(e) * s4 + k;
+                        bsH[4 * e + k] = (nz[e * 4 + k] | nz[(e - 1) * 4 + k]) ? 2 : motionBs(hq - s4, hq);
+                    }
+                // Macroblock edges: 4 next to an intra macroblock.
+                if (!left) {
+                    std::fill(bsV, bsV + 4, Zub8u{0});
+                } else if (isIntra(mb - 1)) {
+                    std::fill(bsV, bsV + 4, Zub8u{4});
+                } else {
+                    const uint8_t* nzl = &s.nnz[(mb - 1) * 24];
+                    for (int k = 0; k < 4; ++k) {
+                        const size_t bq = blk0 + static_cast<size_t>(k) * s4;
+                        bsV[k] = (nz[k * 4] | nzl[k * 4 + 3]) ? 2 : motionBs(bq - 1, bq);
+                    }
+                }
+                if (!top) {
+                    std::fill(bsH, bsH + 4, Zub8u{0});
+                } else if (isIntra(mb - w)) {
+                    std::fill(bsH, bsH + 4, Zub8u{4});
+                } else {
+                    const uint8_t* nzt = &s.nnz[(mb - w) * 24];
+                    for (int k = 0; k < 4; ++k) {
+                        const size_t hq = blk0 + static_cast<size_t>(k);
+                        bsH[k] = (nz[k] | nzt[12 + k]) ? 2 : motionBs(hq - s4, hq);
+                    }
+                }
+            }
+            const int qpq = qpOf(mb);
+            const int qpLeft = left ? qpOf(mb - 1) : qpq, qpTop = top ? qpOf(mb - w) : qpq;
+
+            // Luma.
+            auto lumaParams = [&](int qpav, int qpInt, const Zub8u* bs, EdgeParams& ep, Zub8u tc0[16]) {
+                const int idxA[2] = {std::clamp(qpav + sp.alphaOffset, 0, 51), std::clamp(qpInt + sp.alphaOffset, 0, 51)};
+                const int idxB[2] = {std::clamp(qpav + sp.betaOffset, 0, 51), std::clamp(qpInt + sp.betaOffset, 0, 51)};
+                for (int i = 0; i < 2; ++i) {
+                    ep.alpha[i] = kAlpha[idxA[i]];
+                    ep.beta[i] = kBeta[idxB[i]];
+                }
+                for (int i = 0; i < 16; ++i) {
+                    const int b = bs[i];
+                    tc0[i] = (b >= 1 && b <= 3) ? kTc0[idxA[i >= 4]][b - 1] : 0;
+                }
+            };
+            uint64_t words[4];
+            std::memcpy(words, bsV, 16);
+            std::memcpy(words + 2, bsH, 16);
+            const bool anyV = (words[0] | words[1]) != 0, anyH = (words[2] | words[3]) != 0;
+            if (!anyV && !anyH) continue;
+            uint8_t* y = f.plane[0] + static_cast<size_t>(my) * 16 * f.stride[0] + mx * 16;
+            EdgeParams ep;
+            Zub8u tc0[16];
+            if (anyV) {
+                lumaParams((qpLeft + qpq + 1) >> 1, qpq, bsV, ep, tc0);
+                zubiFilterDeblockingLuma_VerEdge_H264_8u_C1IR(y, f.stride[0], ep.alpha, ep.beta, tc0, bsV);
+            }
+            if (anyH) {
+                lumaParams((qpTop + qpq + 1) >> 1, qpq, bsH, ep, tc0);
+                zubiFilterDeblockingLuma_HorEdge_H264_8u_C1IR(y, f.stride[0], ep.alpha, ep.beta, tc0, bsH);
+            }
+
+            // Chroma: QPc of each macroblock, averaged across the edge.  With
+            // one offset for both components their parameters are the same.
+            const bool sameOffsets = chromaOff[0] == chromaOff[1];
+            EdgeParams epV{}, epH{};
+            Zub8u tcV[8] = {}, tcH[8] = {};
+            for (int c = 0; c < 2; ++c) {
+                auto qpc = [&](int qpy) { return chromaQp(std::clamp(qpy + chromaOff[c], 0, 51)); };
+                uint8_t* u = f.plane[1 + c] + static_cast<size_t>(my) * 8 * f.stride[1 + c] + mx * 8;
+                auto chromaParams = [&](int qpav, int qpInt, const Zub8u* bs, EdgeParams& e, Zub8u t[8]) {
+                    const int idxA[2] = {std::clamp(qpav + sp.alphaOffset, 0, 51),
+                                         std::clamp(qpInt + sp.alphaOffset, 0, 51)};
+                    const int idxB[2] = {std::clamp(qpav + sp.betaOffset, 0, 51),
+                                         std::clamp(qpInt + sp.betaOffset, 0, 51)};
+                    for (int i = 0; i < 2; ++i) {
+                        e.alpha[i] = kAlpha[idxA[i]];
+                        e.beta[i] = kBeta[idxB[i]];
+                    }
+                    // Chroma edge k uses the strengths of luma edge 2k.
+                    for (int k = 0; k < 2; ++k)
+                        for (int i = 0; i < 4; ++i) {
+                            const int b = bs[8 * k + i];
+                            t[4 * k + i] = (b >= 1 && b <= 3) ? kTc0[idxA[k]][b - 1] : 0;
+                        }
+                };
+                const int cq = qpc(qpq);
+                if (anyV) {
+                    if (c == 0 || !sameOffsets) chromaParams((qpc(qpLeft) + cq + 1) >> 1, cq, bsV, epV, tcV);
+                    zubiFilterDeblockingChroma_VerEdge_H264_8u_C1IR(u, f.stride[1 + c], epV.alpha, epV.beta, tcV, bsV);
+                }
+                if (anyH) {
+                    if (c == 0 || !sameOffsets) chromaParams((qpc(qpTop) + cq + 1) >> 1, cq, bsH, epH, tcH);
+                    zubiFilterDeblockingChroma_HorEdge_H264_8u_C1IR(u, f.stride[1 + c], epH.alpha, epH.beta, tcH, bsH);
+                }
+            }
+        }
+}
+
+}  // namespace h264dec

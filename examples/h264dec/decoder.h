@@ -1,0 +1,161 @@
+// zubvc-h264dec: an H.264 decoder for progressive 4:2:0 8-bit CAVLC streams
+// (I and P slices) built on libzubvcpx.  The decoder parses the stream,
+// manages pictures, reference lists and motion vectors itself; every
+// block-level job (residual decoding, DC transforms, intra prediction,
+// reconstruction, interpolation, deblocking) is a library call.
+#ifndef H264DEC_DECODER_H
+#define H264DEC_DECODER_H
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "bits.h"
+
+namespace h264dec {
+
+struct Sps {
+    bool valid = false;
+    int profileIdc = 0, levelIdc = 0;
+    int log2MaxFrameNum = 4;
+    int pocType = 0, log2MaxPocLsb = 4;
+    bool deltaPicOrderAlwaysZero = false;
+    int offsetForNonRefPic = 0, offsetForTopToBottomField = 0;
+    int numRefFramesInPocCycle = 0;
+    std::array<int, 256> offsetForRefFrame{};
+    int maxNumRefFrames = 0;
+    bool gapsAllowed = false;
+    int widthMbs = 0, heightMbs = 0;  // heightMbs in frame macroblocks
+    bool frameMbsOnly = true;
+    int cropLeft = 0, cropRight = 0, cropTop = 0, cropBottom = 0;  // in samples
+    int maxDecFrameBuffering = -1;                                   // VUI, -1 absent
+    int fpsNum = 25, fpsDen = 1;
+};
+
+struct Pps {
+    bool valid = false;
+    int spsId = 0;
+    int numRefIdxActive = 1;
+    int picInitQp = 26;
+    int chromaQpIndexOffset = 0, secondChromaQpIndexOffset = 0;
+    bool deblockingFilterControlPresent = false;
+    bool constrainedIntraPred = false;
+    bool redundantPicCntPresent = false;
+    bool bottomFieldPicOrderInFramePresent = false;
+    bool weightedPred = false;
+};
+
+struct Mmco {
+    int op, diffPicNumsMinus1, longTermPicNum, longTermFrameIdx, maxLongTermFrameIdxPlus1;
+};
+
+// Explicit weighted prediction of a P slice (clause 7.4.3.2); a reference
+// without weights has flag false and predicts unweighted.
+struct PredWeights {
+    int lumaLog2Denom = 0, chromaLog2Denom = 0;
+    bool lumaFlag[32] = {}, chromaFlag[32] = {};
+    int lumaWeight[32] = {}, lumaOffset[32] = {};
+    int chromaWeight[32][2] = {}, chromaOffset[32][2] = {};
+};
+
+struct SliceHeader {
+    int nalRefIdc = 0;
+    bool idr = false;
+    int firstMb = 0, sliceType = 0, ppsId = 0, frameNum = 0, idrPicId = 0;
+    int pocLsb = 0, deltaPocBottom = 0, deltaPoc[2] = {0, 0};
+    int numRefIdxActive = 1;
+    struct Mod {
+        int idc, value;
+    };
+    std::vector<Mod> refMods;
+    bool weighted = false;
+    PredWeights weights;
+    bool noOutputOfPriorPics = false, longTermReference = false, adaptiveMarking = false;
+    std::vector<Mmco> mmcos;
+    int qp = 26;
+    int disableDeblocking = 0, alphaOffset = 0, betaOffset = 0;
+};
+
+// A decoded frame with its planes and its reference state.
+struct Frame {
+    std::vector<uint8_t> mem;
+    uint8_t* plane[3] = {nullptr, nullptr, nullptr};
+    int stride[3] = {0, 0, 0};
+    int width = 0, height = 0;  // luma, whole macroblocks
+    int poc = 0, frameNum = 0, frameNumWrap = 0, longTermFrameIdx = 0;
+    enum Ref { Unused, ShortTerm, LongTerm } ref = Unused;
+    bool neededForOutput = false;
+    bool hadMmco5 = false;
+    uint32_t serial = 0;  // tells pictures apart for the deblocking filter
+    bool inUse() const { return ref != Unused || neededForOutput; }
+};
+
+// What the caller receives for each output frame (cropped planes).
+struct OutputPicture {
+    const uint8_t* plane[3];
+    int stride[3];
+    int width[3], height[3];
+};
+
+class Decoder {
+public:
+    using Sink = std::function<void(const OutputPicture&)>;
+    explicit Decoder(Sink sink);
+    ~Decoder();
+    // Decodes one NAL unit (without start code).
+    void decodeNal(const uint8_t* data, size_t size);
+    // Ends the stream: finishes the last picture and outputs what remains.
+    void flush();
+    const Sps* activeSps() const { return sps_; }
+    struct SliceState;
+
+private:
+
+    void parseSps(BitReader& br);
+    void parsePps(BitReader& br);
+    void parseSliceHeader(BitReader& br, SliceHeader& sh, int nalType, int nalRefIdc);
+    void startPicture(const SliceHeader& sh);
+    void finishPicture();
+    void computePoc(const SliceHeader& sh);
+    void buildRefList(const SliceHeader& sh);
+    void markReferences();
+    void storeAndBump();
+    void outputFrame(Frame* f);
+    void bump();
+    Frame* freeFrame();
+    int dpbCapacity() const;
+
+    void decodeSliceData(BitReader& br, const SliceHeader& sh);
+    void decodeMacroblock(BitReader& br, int mbAddr);
+    void decodeSkip(int mbAddr);
+    void deblockPicture();
+
+    Sink sink_;
+    std::array<Sps, 32> spsList_{};
+    std::array<Pps, 256> ppsList_{};
+    const Sps* sps_ = nullptr;
+    const Pps* pps_ = nullptr;
+    Rbsp rbsp_;
+
+    std::vector<std::unique_ptr<Frame>> frames_;
+    Frame* cur_ = nullptr;
+    SliceHeader curHeader_;  // first slice of the current picture
+    bool picOpen_ = false;
+    uint32_t serial_ = 0;
+
+    // POC state (clause 8.2.1).
+    int prevPocMsb_ = 0, prevPocLsb_ = 0, prevFrameNumOffset_ = 0, prevFrameNum_ = 0;
+    bool prevHadMmco5_ = false;
+    int frameNumOffset_ = 0;
+    int maxLongTermFrameIdx_ = -1;  // -1: no long-term frame indices
+
+    std::vector<Frame*> refList_;
+
+    std::unique_ptr<SliceState> st_;
+};
+
+}  // namespace h264dec
+
+#endif

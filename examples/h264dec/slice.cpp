@@ -1,0 +1,548 @@
+// Slice data and the macroblock layer of CAVLC I and P slices (H.264 clauses
+// 7.3.4, 7.3.5, 8.3, 8.4): parsing, intra mode and motion vector prediction,
+// and the library calls that decode residuals and form each macroblock.
+#include <algorithm>
+#include <cstring>
+
+#include "decoder.h"
+#include "state.h"
+#include "zubvc.h"
+#include "zubvc_tools/h264cavlc.h"
+
+namespace h264dec {
+
+namespace {
+
+// Zig-zag scan of 4x4 frame blocks (Table 8-13 read as raster positions),
+// with 16 entries of margin on both sides: the library places coefficients at
+// scan positions derived from the coded run lengths, and for corrupt input
+// those may lie outside 0..15; the margins keep such writes inside the block
+// (the count check then rejects the block).
+struct PaddedScan {
+    Zub32u v[48];
+    constexpr PaddedScan() : v{} {
+        const Zub32u zigzag[16] = {0, 1, 4, 8, 5, 2, 3, 6, 9, 12, 13, 10, 7, 11, 14, 15};
+        for (int i = 0; i < 16; ++i) v[16 + i] = zigzag[i];
+    }
+};
+constexpr PaddedScan kScan;
+const Zub32u* const kZigzag = kScan.v + 16;
+
+// coded_block_pattern for codeNum (Table 9-4, ChromaArrayType 1 and 2):
+// {Intra_4x4, Inter}.
+const uint8_t kCbpTable[48][2] = {
+    {47, 0},  {31, 16}, {15, 1},  {0, 2},   {23, 4},  {27, 8},  {29, 32}, {30, 3},  {7, 5},   {11, 10},
+    {13, 12}, {14, 15}, {39, 47}, {43, 7},  {45, 11}, {46, 13}, {16, 14}, {3, 6},   {5, 9},   {10, 31},
+    {12, 35}, {19, 37}, {21, 42}, {26, 44}, {28, 33}, {35, 34}, {37, 36}, {42, 40}, {44, 39}, {1, 43},
+    {2, 45},  {4, 46},  {8, 17},  {17, 18}, {18, 20}, {20, 24}, {24, 19}, {6, 21},  {9, 26},  {22, 28},
+    {25, 23}, {32, 27}, {33, 29}, {34, 30}, {36, 22}, {40, 25}, {38, 38}, {41, 41}};
+
+// luma4x4BlkIdx to 4x4 column and row inside the macroblock (clause 6.4.3).
+constexpr int blkX(int n) { return ((n >> 2) & 1) * 2 + (n & 1); }
+constexpr int blkY(int n) { return (n >> 3) * 2 + ((n >> 1) & 1); }
+
+constexpr int kMaxMv = 1 << 14;  // far beyond any level's range; keeps positions in int
+
+struct Neighbour {
+    bool avail;
+    int ref;
+    int mvx, mvy;
+};
+
+int median(int a, int b, int c) { return std::max(std::min(a, b), std::min(std::max(a, b), c)); }
+
+}  // namespace
+
+// Everything the macroblock layer needs while one slice is decoded.
+class MbDecoder {
+public:
+    MbDecoder(Decoder::SliceState& s, Frame& cur, const std::vector<Frame*>& refs, BitReader& br)
+        : s_(s), cur_(cur), refs_(refs), br_(br), tables_(zubtools::h264CavlcTables()) {}
+
+    void macroblock(int mbAddr);
+    void skip(int mbAddr);
+
+private:
+    bool mbAvail(int x, int y) const {
+        return x >= 0 && y >= 0 && x < s_.wMbs && s_.sliceNum[static_cast<size_t>(y) * s_.wMbs + x] == s_.curSlice;
+    }
+    bool mbAvailIntra(int x, int y) const {
+        if (!mbAvail(x, y)) return false;
+        return !s_.constrainedIntra || s_.kind[static_cast<size_t>(y) * s_.wMbs + x] != MbInter;
+    }
+    void setMb(int mbAddr) {
+        addr_ = mbAddr;
+        mbX_ = mbAddr % s_.wMbs;
+        mbY_ = mbAddr / s_.wMbs;
+        s_.sliceNum[static_cast<size_t>(mbAddr)] = s_.curSlice;
+    }
+    uint8_t* nnz(int mbAddr) { return &s_.nnz[static_cast<size_t>(mbAddr) * 24]; }
+    int lumaNc(int bx, int by);
+    int chromaNc(int comp, int bx, int by);
+    int residualBlock(Zub16s*& p, int nC, int maxCoeff);
+    int chromaDc(Zub16s* dc);
+    void intra4x4Modes(Zub8u modes[16]);
+    Neighbour neighbour(int xN, int yN, uint32_t decoded) const;
+    void predictMv(int x, int y, int w, int h, int ref, int shape, uint32_t decoded, int& mvx, int& mvy) const;
+    void storeMotion(int x, int y, int w, int h, int ref, int mvx, int mvy, uint32_t& decoded);
+    void motionCompensate(int x, int y, int w, int h, int ref, int mvx, int mvy);
+    void residual(bool i16, int cbpLuma, int cbpChroma, int qp, Zub32u& cbp4x4, Zub32u& cbpC);
+    void intraAvailability(int& avail) const;
+
+    Decoder::SliceState& s_;
+    Frame& cur_;
+    const std::vector<Frame*>& refs_;
+    BitReader& br_;
+    const zubtools::H264CavlcTables& tables_;
+    int addr_ = 0, mbX_ = 0, mbY_ = 0;
+
+    alignas(16) Zub16s lumaCoef_[17 * 16];
+    alignas(16) Zub16s chromaCoef_[9 * 16];
+    alignas(16) Zub16s lumaDc_[32];
+    alignas(16) Zub16s chromaDc_[16];
+};
+
+int MbDecoder::lumaNc(int bx, int by) {
+    const uint8_t* cur = nnz(addr_);
+    int nA = 0, nB = 0;
+    bool a = true, b = true;
+    if (bx > 0) nA = cur[by * 4 + bx - 1];
+    else if ((a = mbAvail(mbX_ - 1, mbY_))) nA = nnz(addr_ - 1)[by * 4 + 3];
+    if (by > 0) nB = cur[(by - 1) * 4 + bx];
+    else if ((b = mbAvail(mbX_, mbY_ - 1))) nB = nnz(addr_ - s_.wMbs)[12 + bx];
+    if (a && b) return (nA + nB + 1) >> 1;
+    return a ? nA : (b ? nB : 0);
+}
+
+int MbDecoder::chromaNc(int comp, int bx, int by) {
+    const int base = 16 + 4 * comp;
+    const uint8_t* cur = nnz(addr_);
+    int nA = 0, nB = 0;
+    bool a = true, b = true;
+    if (bx > 0) nA = cur[base + by * 2];
+    else if ((a = mbAvail(mbX_ - 1, mbY_))) nA = nnz(addr_ - 1)[base + by * 2 + 1];
+    if (by > 0) nB = cur[base + bx];
+    else if ((b = mbAvail(mbX_, mbY_ - 1))) nB = nnz(addr_ - s_.wMbs)[base + 2 + bx];
+    if (a && b) return (nA + nB + 1) >> 1;
+    return a ? nA : (b ? nB : 0);
+}
+
+int MbDecoder::residualBlock(Zub16s*& p, int nC, int maxCoeff) {
+    const Zub32u* w = br_.cursorWord();
+    Zub32u off = br_.cursorOffset();
+    Zub16s n = 0;
+    const ZubStatus st = zubiDecodeCAVLCCoeffs_H264_1u16s(&w, &off, &n, &p, static_cast<Zub32u>(nC),
+                                                          static_cast<Zub16s>(maxCoeff), tables_.coeffToken,
+                                                          tables_.totalZeros, tables_.runBefore, kZigzag);
+    if (st < 0) throw DecodeError("invalid residual block code");
+    br_.setCursor(w, off);
+    if (n < 0 || n > maxCoeff) throw DecodeError("invalid coefficient count");
+    return n;
+}
+
+int MbDecoder::chromaDc(Zub16s* dc) {
+    const Zub32u* w = br_.cursorWord();
+    Zub32u off = br_.cursorOffset();
+    Zub16s n = 0;
+    Zub16s* p = dc;
+    const ZubStatus st = zubiDecodeCAVLCChromaDcCoeffs_H264_1u16s(&w, &off, &n, &p, tables_.coeffTokenChromaDc,
+                                                                  tables_.totalZerosChromaDc, tables_.runBefore);
+    if (st < 0) throw DecodeError("invalid chroma DC code");
+    br_.setCursor(w, off);
+    if (n < 0 || n > 4) throw DecodeError("invalid chroma DC count");
+    return n;
+}
+
+// Residual of one macroblock (clause 7.3.5.3 with CAVLC): fills the packed
+// luma and chroma coefficient buffers and the TotalCoeff counts; returns the
+// masks of present 4x4 blocks.
+void MbDecoder::residual(bool i16, int cbpLuma, int cbpChroma, int qp, Zub32u& cbp4x4, Zub32u& cbpC) {
+    uint8_t* counts = nnz(addr_);
+    std::memset(counts, 0, 24);
+    cbp4x4 = 0;
+    cbpC = 0;
+    if (i16) {
+        std::fill_n(lumaDc_, 16, Zub16s{0});
+        Zub16s* p = lumaDc_;
+        if (residualBlock(p, lumaNc(0, 0), 16) > 0) zubiTransformQuantInvLumaDC4x4_H264_16s_C1I(lumaDc_, qp, nullptr);
+    }
+    Zub16s* p = lumaCoef_;
+    for (int n = 0; n < 16; ++n) {
+        if (!(cbpLuma & (1 << (n >> 2)))) continue;
+        const int bx = blkX(n), by = blkY(n);
+        const int total = residualBlock(p, lumaNc(bx, by), i16 ? 15 : 16);
+        counts[by * 4 + bx] = static_cast<uint8_t>(total);
+        if (total) cbp4x4 |= 1u << n;
+    }
+    std::fill_n(chromaDc_, 8, Zub16s{0});
+    if (cbpChroma) {
+        chromaDc(chromaDc_);
+        chromaDc(chromaDc_ + 4);
+    }
+    if (cbpChroma & 2) {
+        Zub16s* q = chromaCoef_;
+        for (int comp = 0; comp < 2; ++comp)
+            for (int n = 0; n < 4; ++n) {
+                const int total = residualBlock(q, chromaNc(comp, n & 1, n >> 1), 15);
+                counts[16 + 4 * comp + n] = static_cast<uint8_t>(total);
+                if (total) cbpC |= 1u << (4 * comp + n);
+            }
+    }
+}
+
+void MbDecoder::intra4x4Modes(Zub8u modes[16]) {
+    int8_t* stored = &s_.ipred[static_cast<size_t>(addr_) * 16];
+    const bool leftOk = mbAvailIntra(mbX_ - 1, mbY_), topOk = mbAvailIntra(mbX_, mbY_ - 1);
+    for (int n = 0; n < 16; ++n) {
+        const int bx = blkX(n), by = blkY(n);
+        int a = -1, b = -1;
+        if (bx > 0) a = stored[by * 4 + bx - 1];
+        else if (leftOk) a = s_.ipred[static_cast<size_t>(addr_ - 1) * 16 + by * 4 + 3];
+        if (by > 0) b = stored[(by - 1) * 4 + bx];
+        else if (topOk) b = s_.ipred[static_cast<size_t>(addr_ - s_.wMbs) * 16 + 12 + bx];
+        const int pred = (a < 0 || b < 0) ? 2 : std::min(a, b);
+        int mode;
+        if (br_.flag()) {
+            mode = pred;
+        } else {
+            const int rem = static_cast<int>(br_.u(3));
+            mode = rem < pred ? rem : rem + 1;
+        }
+        stored[by * 4 + bx] = static_cast<int8_t>(mode);
+        modes[n] = static_cast<Zub8u>(mode);
+    }
+}
+
+void MbDecoder::intraAvailability(int& avail) const {
+    avail = 0;
+    if (mbAvailIntra(mbX_, mbY_ - 1)) avail |= 1;
+    if (mbAvailIntra(mbX_ - 1, mbY_)) avail |= 2;
+    if (mbAvailIntra(mbX_ - 1, mbY_ - 1)) avail |= 32;
+    if (mbAvailIntra(mbX_ + 1, mbY_ - 1)) avail |= 64;
+}
+
+Neighbour MbDecoder::neighbour(int xN, int yN, uint32_t decoded) const {
+    int mx = mbX_, my = mbY_;
+    if (yN < 0) {
+        --my;
+        if (xN < 0) --mx;
+        else if (xN > 15) ++mx;
+        if (!mbAvail(mx, my)) return {false, -1, 0, 0};
+    } else if (xN < 0) {
+        if (yN > 15 || !mbAvail(mx - 1, my)) return {false, -1, 0, 0};
+    } else {
+        if (xN > 15 || yN > 15) return {false, -1, 0, 0};
+        if (!(decoded >> ((yN >> 2) * 4 + (xN >> 2)) & 1)) return {false, -1, 0, 0};
+    }
+    const size_t idx = static_cast<size_t>((mbY_ * 16 + yN) >> 2) * s_.stride4() + ((mbX_ * 16 + xN) >> 2);
+    return {true, s_.refIdx[idx], s_.mv[2 * idx], s_.mv[2 * idx + 1]};
+}
+
+// Clause 8.4.1.3.  shape: 0 plain, 1 16x8, 2 8x16.
+void MbDecoder::predictMv(int x, int y, int w, int h, int ref, int shape, uint32_t decoded, int& mvx,
+                          int& mvy) const {
+    (void)h;
+    const Neighbour a = neighbour(x - 1, y, decoded);
+    Neighbour b = neighbour(x, y - 1, decoded);
+    Neighbour c = neighbour(x + w, y - 1, decoded);
+    if (!c.avail) c = neighbour(x - 1, y - 1, decoded);
+    if (shape == 1) {
+        const Neighbour& n = y == 0 ? b : a;
+        if (n.ref == ref) {
+            mvx = n.mvx;
+            mvy = n.mvy;
+            return;
+        }
+    } else if (shape == 2) {
+        const Neighbour& n = x == 0 ? a : c;
+        if (n.ref == ref) {
+            mvx = n.mvx;
+            mvy = n.mvy;
+            return;
+        }
+    }
+    if (!b.avail && !c.avail && a.avail) b = c = a;
+    const int matches = (a.ref == ref) + (b.ref == ref) + (c.ref == ref);
+    if (matches == 1) {
+        const Neighbour& n = a.ref == ref ? a : (b.ref == ref ? b : c);
+        mvx = n.mvx;
+        mvy = n.mvy;
+        return;
+    }
+    mvx = median(a.mvx, b.mvx, c.mvx);
+    mvy = median(a.mvy, b.mvy, c.mvy);
+}
+
+void MbDecoder::storeMotion(int x, int y, int w, int h, int ref, int mvx, int mvy, uint32_t& decoded) {
+    if (mvx <= -kMaxMv || mvx >= kMaxMv || mvy <= -kMaxMv || mvy >= kMaxMv)
+        throw DecodeError("motion vector out of range");
+    const uint32_t serial = refs_[static_cast<size_t>(ref)]->serial;
+    const int8_t ref8 = static_cast<int8_t>(ref);
+    const int16_t mv16[2] = {static_cast<int16_t>(mvx), static_cast<int16_t>(mvy)};
+    const int bx0 = x >> 2, bw = w >> 2;
+    for (int by = y >> 2; by < (y + h) >> 2; ++by) {
+        const size_t row = static_cast<size_t>(mbY_ * 4 + by) * s_.stride4() + mbX_ * 4 + bx0;
+        int8_t* r = s_.refIdx.data() + row;
+        int16_t* m = s_.mv.data() + 2 * row;
+        uint32_t* sr = s_.refSerial.data() + row;
+        for (int i = 0; i < bw; ++i) {
+            r[i] = ref8;
+            std::memcpy(m + 2 * i, mv16, sizeof mv16);
+            sr[i] = serial;
+        }
+        decoded |= ((1u << bw) - 1u) << (by * 4 + bx0);
+    }
+}
+
+void MbDecoder::motionCompensate(int x, int y, int w, int h, int ref, int mvx, int mvy) {
+    const Frame& r = *refs_[static_cast<size_t>(ref)];
+    const int px = mbX_ * 16 + x, py = mbY_ * 16 + y;
+    H264BlockInterpolationParams p{};
+    p.srcPlane[0] = r.plane[0];
+    p.srcPlane[1] = nullptr;
+    p.srcStep = r.stride[0];
+    p.dstPlane[0] = cur_.plane[0] + py * cur_.stride[0] + px;
+    p.dstPlane[1] = nullptr;
+    p.dstStep = cur_.stride[0];
+    p.frameSize = ZubSize{r.width, r.height};
+    p.blockSize = ZubSize{w, h};
+    p.blockPos = ZubPoint{px, py};
+    p.motionVector = ZubPoint{mvx, mvy};
+    if (zubiInterpolateLumaBlock_H264_8u_P1R(&p) < 0) throw DecodeError("luma interpolation failed");
+    H264BlockInterpolationParams c{};
+    c.srcPlane[0] = r.plane[1];
+    c.srcPlane[1] = r.plane[2];
+    c.srcStep = r.stride[1];
+    c.dstPlane[0] = cur_.plane[1] + (py / 2) * cur_.stride[1] + px / 2;
+    c.dstPlane[1] = cur_.plane[2] + (py / 2) * cur_.stride[2] + px / 2;
+    c.dstStep = cur_.stride[1];
+    c.frameSize = ZubSize{r.width / 2, r.height / 2};
+    c.blockSize = ZubSize{w / 2, h / 2};
+    c.blockPos = ZubPoint{px / 2, py / 2};
+    c.motionVector = ZubPoint{mvx, mvy};
+    if (zubiInterpolateChromaBlock_H264_8u_P2R(&c) < 0) throw DecodeError("chroma interpolation failed");
+    if (const PredWeights* wt = s_.weights) {  // explicit weighted prediction, clause 8.4.2.3
+        if (wt->lumaFlag[ref])
+            zubiUniDirWeightBlock_H264_8u_C1R(static_cast<Zub8u*>(p.dstPlane[0]),
+                                              p.dstStep, wt->lumaLog2Denom, wt->lumaWeight[ref], wt->lumaOffset[ref],
+                                              ZubSize{w, h});
+        if (wt->chromaFlag[ref])
+            for (int j = 0; j < 2; ++j)
+                zubiUniDirWeightBlock_H264_8u_C1R(static_cast<Zub8u*>(c.dstPlane[j]), c.dstStep, wt->chromaLog2Denom,
+                                                  wt->chromaWeight[ref][j], wt->chromaOffset[ref][j],
+                                                  ZubSize{w / 2, h / 2});
+    }
+}
+
+void MbDecoder::skip(int mbAddr) {
+    setMb(mbAddr);
+    if (refs_.empty() || !refs_[0]) throw DecodeError("P_Skip without a reference picture");
+    s_.kind[static_cast<size_t>(mbAddr)] = MbInter;
+    s_.qp[static_cast<size_t>(mbAddr)] = static_cast<int8_t>(s_.curQp);
+    std::memset(nnz(mbAddr), 0, 24);
+    std::fill_n(&s_.ipred[static_cast<size_t>(mbAddr) * 16], 16, int8_t{2});
+    // Clause 8.4.1.1.
+    const Neighbour a = neighbour(-1, 0, 0), b = neighbour(0, -1, 0);
+    int mvx = 0, mvy = 0;
+    if (a.avail && b.avail && !(a.ref == 0 && a.mvx == 0 && a.mvy == 0) && !(b.ref == 0 && b.mvx == 0 && b.mvy == 0))
+        predictMv(0, 0, 16, 16, 0, 0, 0, mvx, mvy);
+    uint32_t decoded = 0;
+    storeMotion(0, 0, 16, 16, 0, mvx, mvy, decoded);
+    motionCompensate(0, 0, 16, 16, 0, mvx, mvy);
+}
+
+void MbDecoder::macroblock(int mbAddr) {
+    setMb(mbAddr);
+    const size_t a = static_cast<size_t>(mbAddr);
+    uint32_t mbType = br_.ue();
+    bool intra = true;
+    if (s_.sliceType == 0) {
+        if (mbType < 5) intra = false;
+        else mbType -= 5;
+    }
+    if (intra && mbType > 25) throw DecodeError("invalid mb_type");
+    uint8_t* plane[3] = {cur_.plane[0] + mbY_ * 16 * cur_.stride[0] + mbX_ * 16,
+                         cur_.plane[1] + mbY_ * 8 * cur_.stride[1] + mbX_ * 8,
+                         cur_.plane[2] + mbY_ * 8 * cur_.stride[2] + mbX_ * 8};
+    const size_t s4 = static_cast<size_t>(s_.stride4());
+    const size_t firstBlk = static_cast<size_t>(mbY_) * 4 * s4 + static_cast<size_t>(mbX_) * 4;
+
+    if (intra) {
+        s_.kind[a] = mbType == 0 ? MbI4x4 : (mbType == 25 ? MbIPCM : MbI16x16);
+        for (int r = 0; r < 4; ++r)
+            for (int c = 0; c < 4; ++c) {
+                const size_t idx = firstBlk + r * s4 + c;
+                s_.refIdx[idx] = -1;
+                s_.mv[2 * idx] = s_.mv[2 * idx + 1] = 0;
+                s_.refSerial[idx] = 0;
+            }
+        if (mbType == 25) {  // I_PCM: samples in the clear
+            br_.alignByte();
+            for (int y = 0; y < 16; ++y)
+                for (int x = 0; x < 16; ++x) plane[0][y * cur_.stride[0] + x] = static_cast<uint8_t>(br_.u(8));
+            for (int p = 1; p < 3; ++p)
+                for (int y = 0; y < 8; ++y)
+                    for (int x = 0; x < 8; ++x) plane[p][y * cur_.stride[p] + x] = static_cast<uint8_t>(br_.u(8));
+            std::memset(nnz(mbAddr), 16, 24);
+            std::fill_n(&s_.ipred[a * 16], 16, int8_t{2});
+            s_.qp[a] = static_cast<int8_t>(s_.curQp);
+            return;
+        }
+        Zub8u modes[16];
+        int predMode16 = 0, cbpLuma = 0, cbpChroma = 0;
+        if (mbType == 0) {
+            intra4x4Modes(modes);
+        } else {
+            std::fill_n(&s_.ipred[a * 16], 16, int8_t{2});
+            predMode16 = static_cast<int>((mbType - 1) % 4);
+            cbpChroma = static_cast<int>(((mbType - 1) / 4) % 3);
+            cbpLuma = mbType >= 13 ? 15 : 0;
+        }
+        const int chromaMode = static_cast<int>(br_.ueMax(3, "intra_chroma_pred_mode"));
+        if (mbType == 0) {
+            const int cbp = kCbpTable[br_.ueMax(47, "coded_block_pattern")][0];
+            cbpLuma = cbp & 15;
+            cbpChroma = cbp >> 4;
+        }
+        if (cbpLuma || cbpChroma || mbType != 0) s_.curQp = (s_.curQp + br_.seRange(-26, 25, "mb_qp_delta") + 52) % 52;
+        s_.qp[a] = static_cast<int8_t>(s_.curQp);
+        Zub32u cbp4x4, cbpC;
+        residual(mbType != 0, cbpLuma, cbpChroma, s_.curQp, cbp4x4, cbpC);
+        int avail;
+        intraAvailability(avail);
+        Zub16s* lp = lumaCoef_;
+        ZubStatus st;
+        if (mbType == 0)
+            st = zubiReconstructLumaIntraMB_H264_16s8u_C1R(&lp, plane[0], cur_.stride[0], modes, cbp4x4, s_.curQp, avail);
+        else
+            st = zubiReconstructLumaIntra16x16MB_H264_16s8u_C1R(&lp, plane[0], cur_.stride[0], predMode16, lumaDc_,
+                                                                 cbp4x4, s_.curQp, avail);
+        if (st < 0) throw DecodeError("intra luma prediction needs missing neighbours");
+        const int qpc[2] = {chromaQp(std::clamp(s_.curQp + s_.chromaOffset[0], 0, 51)),
+                            chromaQp(std::clamp(s_.curQp + s_.chromaOffset[1], 0, 51))};
+        if (cbpChroma) {
+            zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_, qpc[0], nullptr);
+            zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_ + 4, qpc[1], nullptr);
+        }
+        Zub16s* cp = chromaCoef_;
+        if (zubiReconstructChromaIntraMB_H264_16s8u_P2R(&cp, plane[1], plane[2], cur_.stride[1], chromaMode, chromaDc_,
+                                                        cbpC, qpc[0], qpc[1], avail) < 0)
+            throw DecodeError("intra chroma prediction needs missing neighbours");
+        return;
+    }
+
+    // Inter macroblock (P_L0_16x16, P_L0_L0_16x8, P_L0_L0_8x16, P_8x8, P_8x8ref0).
+    s_.kind[a] = MbInter;
+    std::fill_n(&s_.ipred[a * 16], 16, int8_t{2});
+    const int numRef = s_.numRefIdxActive;
+    auto readRef = [&]() -> int {
+        if (numRef == 1) return 0;
+        const int v = numRef == 2 ? static_cast<int>(!br_.flag()) : static_cast<int>(br_.ueMax(numRef - 1, "ref_idx_l0"));
+        if (!refs_[static_cast<size_t>(v)]) throw DecodeError("reference index names no picture");
+        return v;
+    };
+    if (numRef == 1 && !refs_[0]) throw DecodeError("no reference picture");
+    uint32_t decoded = 0;
+    if (mbType < 3) {
+        const int parts = mbType == 0 ? 1 : 2;
+        const int pw = mbType == 2 ? 8 : 16, ph = mbType == 1 ? 8 : 16;
+        int ref[2] = {0, 0};
+        for (int i = 0; i < parts; ++i) ref[i] = readRef();
+        int mvd[2][2];
+        for (int i = 0; i < parts; ++i) {
+            mvd[i][0] = br_.seRange(-kMaxMv, kMaxMv, "mvd");
+            mvd[i][1] = br_.seRange(-kMaxMv, kMaxMv, "mvd");
+        }
+        for (int i = 0; i < parts; ++i) {
+            const int x = mbType == 2 ? 8 * i : 0, y = mbType == 1 ? 8 * i : 0;
+            int mvx, mvy;
+            predictMv(x, y, pw, ph, ref[i], static_cast<int>(mbType), decoded, mvx, mvy);
+            mvx += mvd[i][0];
+            mvy += mvd[i][1];
+            storeMotion(x, y, pw, ph, ref[i], mvx, mvy, decoded);
+            motionCompensate(x, y, pw, ph, ref[i], mvx, mvy);
+        }
+    } else {
+        int sub[4], ref[4] = {0, 0, 0, 0};
+        for (int& t : sub) t = static_cast<int>(br_.ueMax(3, "sub_mb_type"));
+        if (mbType == 3)
+            for (int& r : ref) r = readRef();
+        else if (!refs_[0])
+            throw DecodeError("no reference picture");
+        int mvd[4][4][2];
+        static const int kParts[4] = {1, 2, 2, 4};
+        for (int i = 0; i < 4; ++i)
+            for (int j = 0; j < kParts[sub[i]]; ++j) {
+                mvd[i][j][0] = br_.seRange(-kMaxMv, kMaxMv, "mvd");
+                mvd[i][j][1] = br_.seRange(-kMaxMv, kMaxMv, "mvd");
+            }
+        for (int i = 0; i < 4; ++i) {
+            const int sw = (sub[i] == 0 || sub[i] == 1) ? 8 : 4;
+            const int sh = (sub[i] == 0 || sub[i] == 2) ? 8 : 4;
+            for (int j = 0; j < kParts[sub[i]]; ++j) {
+                const int x = (i & 1) * 8 + (sw == 4 ? (j & 1) * 4 : 0);
+                const int y = (i >> 1) * 8 + (sh == 4 ? (sw == 4 ? (j >> 1) : j) * 4 : 0);
+                int mvx, mvy;
+                predictMv(x, y, sw, sh, ref[i], 0, decoded, mvx, mvy);
+                mvx += mvd[i][j][0];
+                mvy += mvd[i][j][1];
+                storeMotion(x, y, sw, sh, ref[i], mvx, mvy, decoded);
+                motionCompensate(x, y, sw, sh, ref[i], mvx, mvy);
+            }
+        }
+    }
+    const int cbp = kCbpTable[br_.ueMax(47, "coded_block_pattern")][1];
+    const int cbpLuma = cbp & 15, cbpChroma = cbp >> 4;
+    if (cbp) s_.curQp = (s_.curQp + br_.seRange(-26, 25, "mb_qp_delta") + 52) % 52;
+    s_.qp[a] = static_cast<int8_t>(s_.curQp);
+    Zub32u cbp4x4, cbpC;
+    residual(false, cbpLuma, cbpChroma, s_.curQp, cbp4x4, cbpC);
+    if (cbp4x4) {
+        Zub16s* lp = lumaCoef_;
+        zubiReconstructLumaInterMB_H264_16s8u_C1R(&lp, plane[0], cur_.stride[0], cbp4x4, s_.curQp);
+    }
+    if (cbpChroma) {
+        const int qpc[2] = {chromaQp(std::clamp(s_.curQp + s_.chromaOffset[0], 0, 51)),
+                            chromaQp(std::clamp(s_.curQp + s_.chromaOffset[1], 0, 51))};
+        zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_, qpc[0], nullptr);
+        zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_ + 4, qpc[1], nullptr);
+        Zub16s* cp = chromaCoef_;
+        zubiReconstructChromaInterMB_H264_16s8u_P2R(&cp, plane[1], plane[2], cur_.stride[1], chromaDc_, cbpC, qpc[0],
+                                                   qpc[1]);
+    }
+}
+
+void Decoder::decodeSliceData(BitReader& br, const SliceHeader& sh) {
+    SliceState& s = *st_;
+    const int total = s.wMbs * s.hMbs;
+    if (sh.firstMb >= total) throw DecodeError("first_mb_in_slice beyond the picture");
+    s.slices.push_back({sh.disableDeblocking, sh.alphaOffset, sh.betaOffset});
+    s.curSlice = static_cast<int>(s.slices.size()) - 1;
+    s.sliceType = sh.sliceType;
+    s.curQp = sh.qp;
+    s.numRefIdxActive = sh.numRefIdxActive;
+    s.chromaOffset[0] = pps_->chromaQpIndexOffset;
+    s.chromaOffset[1] = pps_->secondChromaQpIndexOffset;
+    s.constrainedIntra = pps_->constrainedIntraPred;
+    s.weights = sh.weighted ? &sh.weights : nullptr;
+    MbDecoder mb(s, *cur_, refList_, br);
+    int addr = sh.firstMb;
+    for (;;) {
+        if (s.sliceType == 0) {
+            const uint32_t run = br.ue();
+            if (run > static_cast<uint32_t>(total - addr)) throw DecodeError("mb_skip_run beyond the picture");
+            for (uint32_t i = 0; i < run; ++i) {
+                if (s.sliceNum[static_cast<size_t>(addr)] >= 0) throw DecodeError("macroblock decoded twice");
+                mb.skip(addr++);
+            }
+            if (run > 0 && !br.moreRbspData()) break;
+            if (addr >= total) throw DecodeError("slice runs past the picture");
+        }
+        if (s.sliceNum[static_cast<size_t>(addr)] >= 0) throw DecodeError("macroblock decoded twice");
+        mb.macroblock(addr++);
+        if (!br.moreRbspData()) break;
+        if (addr >= total) throw DecodeError("slice runs past the picture");
+    }
+}
+
+}  // namespace h264dec

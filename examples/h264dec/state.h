@@ -1,0 +1,69 @@
+// Per-picture macroblock state shared by the slice decoder and the
+// deblocking filter of zubvc-h264dec.
+#ifndef H264DEC_STATE_H
+#define H264DEC_STATE_H
+
+#include <cstdint>
+#include <vector>
+
+#include "decoder.h"
+
+namespace h264dec {
+
+enum MbKind : uint8_t { MbNone = 0, MbI4x4, MbI16x16, MbIPCM, MbInter };
+
+struct Decoder::SliceState {
+    int wMbs = 0, hMbs = 0;
+    // Per macroblock.
+    std::vector<int> sliceNum;     // -1: not decoded in this picture
+    std::vector<uint8_t> kind;     // MbKind
+    std::vector<int8_t> qp;        // QP_Y
+    std::vector<uint8_t> nnz;      // 24 per macroblock: luma 4x4 raster, Cb 2x2, Cr 2x2 (TotalCoeff)
+    std::vector<int8_t> ipred;     // 16 per macroblock: Intra4x4PredMode in 4x4 raster (2 elsewhere)
+    // Per 4x4 luma block of the picture.
+    std::vector<int16_t> mv;       // 2 per block, quarter samples
+    std::vector<int8_t> refIdx;    // -1: intra
+    std::vector<uint32_t> refSerial;
+
+    struct SliceParams {
+        int disableDeblocking, alphaOffset, betaOffset;
+    };
+    std::vector<SliceParams> slices;
+
+    // The slice being decoded.
+    int curSlice = -1;
+    int sliceType = 0;  // 0 P, 2 I
+    int curQp = 26;  // QP_Y of the last macroblock decoded
+    int numRefIdxActive = 1;
+    int chromaOffset[2] = {0, 0};
+    bool constrainedIntra = false;
+    const PredWeights* weights = nullptr;  // null: unweighted prediction
+
+    void reset(int w, int h) {
+        wMbs = w;
+        hMbs = h;
+        const size_t n = static_cast<size_t>(w) * h;
+        sliceNum.assign(n, -1);
+        kind.assign(n, MbNone);
+        qp.assign(n, 0);
+        nnz.assign(n * 24, 0);
+        ipred.assign(n * 16, 2);
+        mv.assign(n * 32, 0);
+        refIdx.assign(n * 16, -1);
+        refSerial.assign(n * 16, 0);
+        slices.clear();
+        curSlice = -1;
+    }
+    int stride4() const { return wMbs * 4; }
+};
+
+// Chroma QP of Table 8-15 for qPI in 0..51.
+inline int chromaQp(int qpi) {
+    static constexpr uint8_t kQpc[22] = {29, 30, 31, 32, 32, 33, 34, 34, 35, 35, 36,
+                                         36, 37, 37, 37, 38, 38, 38, 39, 39, 39, 39};
+    return qpi < 30 ? qpi : kQpc[qpi - 30];
+}
+
+}  // namespace h264dec
+
+#endif
