@@ -183,16 +183,20 @@ void boundaryPlane(int edgeFlags, InterpolationKernelRecord* r) {
         return;
     }
     // Blocks taller than a macroblock: strips of 16 rows, each read through
-    // the boundary only where it crosses the frame edge.
+    // the boundary only where it crosses the frame edge.  A footprint that
+    // crosses both the top and the bottom edge replicates the top side only
+    // (its readY is negative) and reads the rows below the frame from memory,
+    // so no strip of it replicates the bottom row.
     const InterpolationKernelRecord whole = *r;
     const T* const plane = static_cast<const T*>(whole.src);
+    const int keep = (edgeFlags & 12) == 12 && whole.readY < 0 ? ~8 : ~0;
     for (int y0 = 0; y0 < whole.height; y0 += kStripHeight) {
         InterpolationKernelRecord s = whole;
         s.height = whole.height - y0 < kStripHeight ? whole.height - y0 : kStripHeight;
         s.readY = whole.readY + y0;
         s.readHeight = s.height + (whole.readHeight - whole.height);
         s.dst = static_cast<T*>(whole.dst) + y0 * static_cast<std::ptrdiff_t>(whole.dstStep);
-        const int flags = edgeFlagsOf(s);
+        const int flags = edgeFlagsOf(s) & keep;
         if (flags == 0) {
             s.src = plane + static_cast<std::ptrdiff_t>(s.readY + mY) * s.srcStep + s.readX + mX;
             kernel(&s);
