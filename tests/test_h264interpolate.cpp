@@ -264,6 +264,23 @@ TEST(InterpKnown, SaturationFlatAndCopy) {
     EXPECT_TRUE(std::all_of(out16, out16 + 256, [](Zub16u v) { return v == 1023; }));
 }
 
+// The bit depth is not checked: (1 << bitDepth) - 1 holds for 0..30, and
+// any other value is taken modulo 32 (31: no saturation, 32: maximum 0)
+// instead of shifting out of range.
+TEST(InterpKnown, BitDepthOutsideShiftRange) {
+    std::vector<Zub16u> flat(32 * 32, 1000);
+    Zub16u out[8 * 8];
+    for (int bd : {16, 30, 31, -1, 32, 40}) {
+        for (int pos : {2, 10, 15}) {  // b, j, r
+            std::fill(out, out + 64, Zub16u{7});
+            H264InterpolationParams_16u p{&flat[8 * 32 + 8], 32, out, 8, pos & 3, pos >> 2, 8, 8, bd};
+            ASSERT_EQ(zubiInterpolateLuma_H264_16u_C1R(&p), ZubStatusOk);
+            const Zub16u want = (bd & 31) == 0 ? 0 : ((bd & 31) == 8 ? 255 : 1000);
+            EXPECT_TRUE(std::all_of(out, out + 64, [&](Zub16u v) { return v == want; })) << bd << " " << pos;
+        }
+    }
+}
+
 // The 16u function table is indexed dx-major; its building blocks and the
 // in-place averages match the model.
 TEST(InterpKnown, Table16uMembersAndAverages) {

@@ -88,7 +88,9 @@ ZUBVC_API ZubStatus zubiInterpolateChroma_H264_8u_C1R(const Zub8u* pSrc, int src
                                                       int dx, int dy, ZubSize roiSize);
 /* Luma 16u checks: record, src, dst (-8); srcStep < width or width > dstStep
  * (-14); dx, then dy outside 0..3 (-5); height, then width not 4, 8 or 16
- * (-6); 4x16 and 16x4 (-6).  Results clamp to (1 << bitDepth) - 1.
+ * (-6); 4x16 and 16x4 (-6).  Results clamp to (1 << bitDepth) - 1; the bit
+ * depth is not checked, and one outside 0..30 is taken modulo 32 (31: no
+ * clamp, 32: every half or quarter sample 0).
  * Chroma 16u checks: record, src, dst (-8); srcStep or dstStep < 8 (-14); dx,
  * then dy outside 0..7 (-5); height, then width not 2, 4, 8 or 16 (-6).  It
  * always evaluates the four-weight formula, so it reads the column right of
