@@ -751,6 +751,49 @@ TYPED_TEST(Interp, BlockTwoSidedReadsBeyondTheFrame) {
     EXPECT_GT(twoSided, 100);
 }
 
+// A record the Block functions never make (footprint larger than the block
+// plus the six-tap margin, or a kernel index or edge code out of range) is
+// left alone instead of overrunning the local buffer or the tables.
+TEST(InterpBoundary, InconsistentRecordLeftAlone) {
+    std::mt19937 rng(12);
+    Plane<Zub8u> pl(64, 64, 8, rng, 255);
+    std::vector<Zub8u> d(16 * 16, 9);
+    InterpolationKernelRecord ok{};
+    ok.src = pl.origin();
+    ok.srcStep = pl.stride;
+    ok.dst = d.data();
+    ok.dstStep = 16;
+    ok.width = 16;
+    ok.height = 16;
+    ok.kernelIndex = 10;
+    ok.readX = -3;
+    ok.readY = 4;
+    ok.readWidth = 21;
+    ok.readHeight = 21;
+    ok.frameWidth = 64;
+    ok.frameHeight = 64;
+    auto run = [&](auto edit, bool luma, int flags) {
+        InterpolationKernelRecord r = ok;
+        edit(r);
+        std::fill(d.begin(), d.end(), Zub8u{9});
+        EXPECT_EQ(luma ? zubiInterpolateBoundaryLumaBlock_H264_8u(flags, &r)
+                       : zubiInterpolateBoundaryChromaBlock_H264_8u(flags, &r),
+                  ZubStatusOk);
+        return std::all_of(d.begin(), d.end(), [](Zub8u v) { return v == 9; });
+    };
+    using R = InterpolationKernelRecord&;
+    EXPECT_FALSE(run([](R) {}, true, 1));  // the consistent record is interpolated
+    EXPECT_TRUE(run([](R r) { r.readHeight = 48; }, true, 1));
+    EXPECT_TRUE(run([](R r) { r.readHeight = 200; r.height = 40; }, true, 1));
+    EXPECT_TRUE(run([](R r) { r.readWidth = 100; }, true, 1));
+    EXPECT_TRUE(run([](R r) { r.readWidth = -40; }, true, 1));
+    EXPECT_TRUE(run([](R r) { r.kernelIndex = 16; }, true, 1));
+    EXPECT_TRUE(run([](R r) { r.kernelIndex = -1; }, true, 1));
+    EXPECT_TRUE(run([](R) {}, true, 16));
+    EXPECT_TRUE(run([](R r) { r.kernelIndex = 4; r.srcPlane2 = r.src; r.dstPlane2 = r.dst; }, false, 1));
+    EXPECT_FALSE(run([](R r) { r.kernelIndex = 3; r.srcPlane2 = r.src; r.dstPlane2 = r.dst; }, false, 1));
+}
+
 // ---- Top / Bottom -----------------------------------------------------------------------
 
 // Blocks around the picture's first and last rows; rows outside the picture

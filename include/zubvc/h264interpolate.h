@@ -142,8 +142,10 @@ ZUBVC_API ZubStatus zubiInterpolateChromaBlock_H264_16u_P2R(const H264BlockInter
 /* Boundary functions: read the footprint through the frame boundary into a
  * local buffer, then run the kernel; src is the plane origin.  Always 0.
  * Blocks taller than 16 rows go in strips of 16, each read through the
- * boundary only where it crosses an edge; a record with a width above 28 or a
- * size below 1 (never made by the Block functions) is left alone. */
+ * boundary only where it crosses an edge.  A record the Block functions never
+ * make is left alone: a width outside 1..28, a height below 1, a readWidth or
+ * readHeight below the block's or more than 5 above it, a kernelIndex outside
+ * the table (0..15 luma, 0..3 chroma) or an edgeFlags outside 0..15. */
 ZUBVC_API ZubStatus zubiInterpolateBoundaryLumaBlock_H264_8u(int edgeFlags, InterpolationKernelRecord* pRec);
 ZUBVC_API ZubStatus zubiInterpolateBoundaryLumaBlock_H264_16u(int edgeFlags, InterpolationKernelRecord* pRec);
 ZUBVC_API ZubStatus zubiInterpolateBoundaryChromaBlock_H264_8u(int edgeFlags, InterpolationKernelRecord* pRec);

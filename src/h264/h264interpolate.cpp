@@ -206,10 +206,16 @@ void boundaryPlane(int edgeFlags, InterpolationKernelRecord* r) {
     }
 }
 
-// Blocks outside these sizes never come from the Block functions; they are
-// left alone rather than overrun the local buffer.
-inline bool boundarySizeOk(const InterpolationKernelRecord* r) {
-    return r->width > 0 && r->height > 0 && r->width <= kMaxBlockWidth;
+// Records outside these limits never come from the Block functions (block
+// width 1..28, a footprint of at most the six-tap margin more than the block,
+// a kernel index and an edge code of the tables); they are left alone rather
+// than overrun the local buffer or the tables.
+template <bool Luma>
+inline bool boundaryRecordOk(int edgeFlags, const InterpolationKernelRecord* r) {
+    return r->width > 0 && r->height > 0 && r->width <= kMaxBlockWidth && r->readWidth >= r->width &&
+           r->readWidth <= r->width + kLumaMarginExtra && r->readHeight >= r->height &&
+           r->readHeight - kLumaMarginExtra <= r->height && r->kernelIndex >= 0 &&
+           r->kernelIndex < (Luma ? 16 : 4) && (edgeFlags & ~15) == 0;
 }
 
 template <class T>
@@ -482,18 +488,18 @@ ZubStatus zubiInterpolateChromaBlock_H264_16u_P2R(const H264BlockInterpolationPa
 }
 
 ZubStatus zubiInterpolateBoundaryLumaBlock_H264_8u(int edgeFlags, InterpolationKernelRecord* pRec) {
-    if (boundarySizeOk(pRec)) boundaryPlane<Zub8u, true>(edgeFlags, pRec);
+    if (boundaryRecordOk<true>(edgeFlags, pRec)) boundaryPlane<Zub8u, true>(edgeFlags, pRec);
     return ZubStatusOk;
 }
 ZubStatus zubiInterpolateBoundaryLumaBlock_H264_16u(int edgeFlags, InterpolationKernelRecord* pRec) {
-    if (boundarySizeOk(pRec)) boundaryPlane<Zub16u, true>(edgeFlags, pRec);
+    if (boundaryRecordOk<true>(edgeFlags, pRec)) boundaryPlane<Zub16u, true>(edgeFlags, pRec);
     return ZubStatusOk;
 }
 ZubStatus zubiInterpolateBoundaryChromaBlock_H264_8u(int edgeFlags, InterpolationKernelRecord* pRec) {
-    if (boundarySizeOk(pRec)) boundaryChroma<Zub8u>(edgeFlags, pRec);
+    if (boundaryRecordOk<false>(edgeFlags, pRec)) boundaryChroma<Zub8u>(edgeFlags, pRec);
     return ZubStatusOk;
 }
 ZubStatus zubiInterpolateBoundaryChromaBlock_H264_16u(int edgeFlags, InterpolationKernelRecord* pRec) {
-    if (boundarySizeOk(pRec)) boundaryChroma<Zub16u>(edgeFlags, pRec);
+    if (boundaryRecordOk<false>(edgeFlags, pRec)) boundaryChroma<Zub16u>(edgeFlags, pRec);
     return ZubStatusOk;
 }
