@@ -264,6 +264,23 @@ TEST(InterpKnown, SaturationFlatAndCopy) {
     EXPECT_TRUE(std::all_of(out16, out16 + 256, [](Zub16u v) { return v == 1023; }));
 }
 
+// The bit depth is not checked: (1 << bitDepth) - 1 holds for 0..30, and
+// any other value is taken modulo 32 (31: no saturation, 32: maximum 0)
+// instead of shifting out of range.
+TEST(InterpKnown, BitDepthOutsideShiftRange) {
+    std::vector<Zub16u> flat(32 * 32, 1000);
+    Zub16u out[8 * 8];
+    for (int bd : {16, 30, 31, -1, 32, 40}) {
+        for (int pos : {2, 10, 15}) {  // b, j, r
+            std::fill(out, out + 64, Zub16u{7});
+            H264InterpolationParams_16u p{&flat[8 * 32 + 8], 32, out, 8, pos & 3, pos >> 2, 8, 8, bd};
+            ASSERT_EQ(zubiInterpolateLuma_H264_16u_C1R(&p), ZubStatusOk);
+            const Zub16u want = (bd & 31) == 0 ? 0 : ((bd & 31) == 8 ? 255 : 1000);
+            EXPECT_TRUE(std::all_of(out, out + 64, [&](Zub16u v) { return v == want; })) << bd << " " << pos;
+        }
+    }
+}
+
 // The 16u function table is indexed dx-major; its building blocks and the
 // in-place averages match the model.
 TEST(InterpKnown, Table16uMembersAndAverages) {
@@ -646,8 +663,13 @@ TYPED_TEST(Interp, ChromaBlockAgainstPaddedPlane) {
         ASSERT_EQ(chromaBlock<T>(&p), ZubStatusOk);
         for (Plane<T>* pl : {&u, &v}) {
             const T* d = pl == &u ? du.data() : dv.data();
+            // An 8x32 footprint starting above the frame also ends below it:
+            // only the top is replicated (two-sided code).
+            const Sampler S = (flags & 12) == 12
+                                  ? Sampler([&](int x, int y) { return pl->raw(clampi(x, 0, pl->w - 1), std::max(y, 0)); })
+                                  : pl->clampSampler();
             ASSERT_TRUE(sameAs(d, 24, sz.w, sz.h, [&](int x, int y) {
-                return chromaModel(pl->clampSampler(), ix + x, iy + y, fx, fy);
+                return chromaModel(S, ix + x, iy + y, fx, fy);
             })) << "pos " << p.blockPos.x << "," << p.blockPos.y << " mv " << p.motionVector.x << ","
                 << p.motionVector.y << " size " << sz.w << "x" << sz.h << " flags " << flags;
             ASSERT_EQ(d[sz.w], T{1});
@@ -683,11 +705,13 @@ TYPED_TEST(Interp, BlockZeroAndMinusOneVectors) {
 TYPED_TEST(Interp, BlockTwoSidedReadsBeyondTheFrame) {
     using T = TypeParam;
     std::mt19937 rng(9);
-    Plane<T> pl(10, 9, 40, rng, maxOf<T>(12));
-    std::vector<T> d(16 * 16), d2(16 * 16);
+    Plane<T> pl(10, 9, 48, rng, maxOf<T>(12));
+    std::vector<T> d(16 * 32), d2(16 * 32);
     int twoSided = 0;
-    for (int trial = 0; trial < 600; ++trial) {
-        const int w = 16, h = trial % 2 ? 16 : 8;
+    for (int trial = 0; trial < 900; ++trial) {
+        // 32 rows: taller than a macroblock, the footprint is read in strips,
+        // which must keep the whole footprint's choice of side.
+        const int w = 16, h = trial % 3 == 0 ? 32 : (trial % 3 == 1 ? 16 : 8);
         H264BlockInterpolationParams p{{pl.origin(), pl.origin()}, pl.stride, {d.data(), d2.data()}, 16,
                                        {pl.w, pl.h}, {w, h},
                                        {static_cast<int>(rng() % 9) - 4, static_cast<int>(rng() % 9) - 4},
@@ -725,6 +749,49 @@ TYPED_TEST(Interp, BlockTwoSidedReadsBeyondTheFrame) {
                 << "chroma mv " << p.motionVector.x << "," << p.motionVector.y;
     }
     EXPECT_GT(twoSided, 100);
+}
+
+// A record the Block functions never make (footprint larger than the block
+// plus the six-tap margin, or a kernel index or edge code out of range) is
+// left alone instead of overrunning the local buffer or the tables.
+TEST(InterpBoundary, InconsistentRecordLeftAlone) {
+    std::mt19937 rng(12);
+    Plane<Zub8u> pl(64, 64, 8, rng, 255);
+    std::vector<Zub8u> d(16 * 16, 9);
+    InterpolationKernelRecord ok{};
+    ok.src = pl.origin();
+    ok.srcStep = pl.stride;
+    ok.dst = d.data();
+    ok.dstStep = 16;
+    ok.width = 16;
+    ok.height = 16;
+    ok.kernelIndex = 10;
+    ok.readX = -3;
+    ok.readY = 4;
+    ok.readWidth = 21;
+    ok.readHeight = 21;
+    ok.frameWidth = 64;
+    ok.frameHeight = 64;
+    auto run = [&](auto edit, bool luma, int flags) {
+        InterpolationKernelRecord r = ok;
+        edit(r);
+        std::fill(d.begin(), d.end(), Zub8u{9});
+        EXPECT_EQ(luma ? zubiInterpolateBoundaryLumaBlock_H264_8u(flags, &r)
+                       : zubiInterpolateBoundaryChromaBlock_H264_8u(flags, &r),
+                  ZubStatusOk);
+        return std::all_of(d.begin(), d.end(), [](Zub8u v) { return v == 9; });
+    };
+    using R = InterpolationKernelRecord&;
+    EXPECT_FALSE(run([](R) {}, true, 1));  // the consistent record is interpolated
+    EXPECT_TRUE(run([](R r) { r.readHeight = 48; }, true, 1));
+    EXPECT_TRUE(run([](R r) { r.readHeight = 200; r.height = 40; }, true, 1));
+    EXPECT_TRUE(run([](R r) { r.readWidth = 100; }, true, 1));
+    EXPECT_TRUE(run([](R r) { r.readWidth = -40; }, true, 1));
+    EXPECT_TRUE(run([](R r) { r.kernelIndex = 16; }, true, 1));
+    EXPECT_TRUE(run([](R r) { r.kernelIndex = -1; }, true, 1));
+    EXPECT_TRUE(run([](R) {}, true, 16));
+    EXPECT_TRUE(run([](R r) { r.kernelIndex = 4; r.srcPlane2 = r.src; r.dstPlane2 = r.dst; }, false, 1));
+    EXPECT_FALSE(run([](R r) { r.kernelIndex = 3; r.srcPlane2 = r.src; r.dstPlane2 = r.dst; }, false, 1));
 }
 
 // ---- Top / Bottom -----------------------------------------------------------------------

@@ -88,7 +88,9 @@ ZUBVC_API ZubStatus zubiInterpolateChroma_H264_8u_C1R(const Zub8u* pSrc, int src
                                                       int dx, int dy, ZubSize roiSize);
 /* Luma 16u checks: record, src, dst (-8); srcStep < width or width > dstStep
  * (-14); dx, then dy outside 0..3 (-5); height, then width not 4, 8 or 16
- * (-6); 4x16 and 16x4 (-6).  Results clamp to (1 << bitDepth) - 1.
+ * (-6); 4x16 and 16x4 (-6).  Results clamp to (1 << bitDepth) - 1; the bit
+ * depth is not checked, and one outside 0..30 is taken modulo 32 (31: no
+ * clamp, 32: every half or quarter sample 0).
  * Chroma 16u checks: record, src, dst (-8); srcStep or dstStep < 8 (-14); dx,
  * then dy outside 0..7 (-5); height, then width not 2, 4, 8 or 16 (-6).  It
  * always evaluates the four-weight formula, so it reads the column right of
@@ -140,8 +142,10 @@ ZUBVC_API ZubStatus zubiInterpolateChromaBlock_H264_16u_P2R(const H264BlockInter
 /* Boundary functions: read the footprint through the frame boundary into a
  * local buffer, then run the kernel; src is the plane origin.  Always 0.
  * Blocks taller than 16 rows go in strips of 16, each read through the
- * boundary only where it crosses an edge; a record with a width above 28 or a
- * size below 1 (never made by the Block functions) is left alone. */
+ * boundary only where it crosses an edge.  A record the Block functions never
+ * make is left alone: a width outside 1..28, a height below 1, a readWidth or
+ * readHeight below the block's or more than 5 above it, a kernelIndex outside
+ * the table (0..15 luma, 0..3 chroma) or an edgeFlags outside 0..15. */
 ZUBVC_API ZubStatus zubiInterpolateBoundaryLumaBlock_H264_8u(int edgeFlags, InterpolationKernelRecord* pRec);
 ZUBVC_API ZubStatus zubiInterpolateBoundaryLumaBlock_H264_16u(int edgeFlags, InterpolationKernelRecord* pRec);
 ZUBVC_API ZubStatus zubiInterpolateBoundaryChromaBlock_H264_8u(int edgeFlags, InterpolationKernelRecord* pRec);

@@ -27,7 +27,9 @@ template <> struct SampleTraits<uint8_t> {
 };
 template <> struct SampleTraits<uint16_t> {
     using Wide = int32_t;
-    static constexpr int maxVal(int bitDepth) { return (1 << bitDepth) - 1; }
+    // (1 << bitDepth) - 1 for 0..30; an unchecked bit depth outside that is
+    // taken modulo 32 so that the shift stays defined (31: no saturation).
+    static constexpr int maxVal(int bitDepth) { return static_cast<int>((1u << (bitDepth & 31)) - 1u); }
 };
 
 // Fill n samples with v (n < 1: nothing).

@@ -183,16 +183,20 @@ void boundaryPlane(int edgeFlags, InterpolationKernelRecord* r) {
         return;
     }
     // Blocks taller than a macroblock: strips of 16 rows, each read through
-    // the boundary only where it crosses the frame edge.
+    // the boundary only where it crosses the frame edge.  A footprint that
+    // crosses both the top and the bottom edge replicates the top side only
+    // (its readY is negative) and reads the rows below the frame from memory,
+    // so no strip of it replicates the bottom row.
     const InterpolationKernelRecord whole = *r;
     const T* const plane = static_cast<const T*>(whole.src);
+    const int keep = (edgeFlags & 12) == 12 && whole.readY < 0 ? ~8 : ~0;
     for (int y0 = 0; y0 < whole.height; y0 += kStripHeight) {
         InterpolationKernelRecord s = whole;
         s.height = whole.height - y0 < kStripHeight ? whole.height - y0 : kStripHeight;
         s.readY = whole.readY + y0;
         s.readHeight = s.height + (whole.readHeight - whole.height);
         s.dst = static_cast<T*>(whole.dst) + y0 * static_cast<std::ptrdiff_t>(whole.dstStep);
-        const int flags = edgeFlagsOf(s);
+        const int flags = edgeFlagsOf(s) & keep;
         if (flags == 0) {
             s.src = plane + static_cast<std::ptrdiff_t>(s.readY + mY) * s.srcStep + s.readX + mX;
             kernel(&s);
@@ -202,10 +206,16 @@ void boundaryPlane(int edgeFlags, InterpolationKernelRecord* r) {
     }
 }
 
-// Blocks outside these sizes never come from the Block functions; they are
-// left alone rather than overrun the local buffer.
-inline bool boundarySizeOk(const InterpolationKernelRecord* r) {
-    return r->width > 0 && r->height > 0 && r->width <= kMaxBlockWidth;
+// Records outside these limits never come from the Block functions (block
+// width 1..28, a footprint of at most the six-tap margin more than the block,
+// a kernel index and an edge code of the tables); they are left alone rather
+// than overrun the local buffer or the tables.
+template <bool Luma>
+inline bool boundaryRecordOk(int edgeFlags, const InterpolationKernelRecord* r) {
+    return r->width > 0 && r->height > 0 && r->width <= kMaxBlockWidth && r->readWidth >= r->width &&
+           r->readWidth <= r->width + kLumaMarginExtra && r->readHeight >= r->height &&
+           r->readHeight - kLumaMarginExtra <= r->height && r->kernelIndex >= 0 &&
+           r->kernelIndex < (Luma ? 16 : 4) && (edgeFlags & ~15) == 0;
 }
 
 template <class T>
@@ -478,18 +488,18 @@ ZubStatus zubiInterpolateChromaBlock_H264_16u_P2R(const H264BlockInterpolationPa
 }
 
 ZubStatus zubiInterpolateBoundaryLumaBlock_H264_8u(int edgeFlags, InterpolationKernelRecord* pRec) {
-    if (boundarySizeOk(pRec)) boundaryPlane<Zub8u, true>(edgeFlags, pRec);
+    if (boundaryRecordOk<true>(edgeFlags, pRec)) boundaryPlane<Zub8u, true>(edgeFlags, pRec);
     return ZubStatusOk;
 }
 ZubStatus zubiInterpolateBoundaryLumaBlock_H264_16u(int edgeFlags, InterpolationKernelRecord* pRec) {
-    if (boundarySizeOk(pRec)) boundaryPlane<Zub16u, true>(edgeFlags, pRec);
+    if (boundaryRecordOk<true>(edgeFlags, pRec)) boundaryPlane<Zub16u, true>(edgeFlags, pRec);
     return ZubStatusOk;
 }
 ZubStatus zubiInterpolateBoundaryChromaBlock_H264_8u(int edgeFlags, InterpolationKernelRecord* pRec) {
-    if (boundarySizeOk(pRec)) boundaryChroma<Zub8u>(edgeFlags, pRec);
+    if (boundaryRecordOk<false>(edgeFlags, pRec)) boundaryChroma<Zub8u>(edgeFlags, pRec);
     return ZubStatusOk;
 }
 ZubStatus zubiInterpolateBoundaryChromaBlock_H264_16u(int edgeFlags, InterpolationKernelRecord* pRec) {
-    if (boundarySizeOk(pRec)) boundaryChroma<Zub16u>(edgeFlags, pRec);
+    if (boundaryRecordOk<false>(edgeFlags, pRec)) boundaryChroma<Zub16u>(edgeFlags, pRec);
     return ZubStatusOk;
 }
