@@ -56,7 +56,7 @@ x poc0_src 176x144 /tmp/zub_g.yuv --qp 27 --keyint 13 --ref 2
 python3 rewrite_h264.py poc0 poc0_src.264 poc_type0.264
 
 # pic_order_cnt_type 1 with a cycle of three reference offsets and
-# delta_pic_order_cnt[0], [1].
+# delta_pic_order_cnt[0], [1]; the IDR pictures are long-term references.
 raw "mandelbrot=size=176x144:rate=25" 16 /tmp/zub_h.yuv
 x poc1_src 176x144 /tmp/zub_h.yuv --qp 30 --keyint 10 --ref 2
 python3 rewrite_h264.py poc1 poc1_src.264 poc_type1.264
@@ -72,6 +72,8 @@ python3 rewrite_h264.py mmco mmco_src.264 mmco_longterm.264
 raw "testsrc2=size=176x144:rate=25,hue=s=t/2" 16 /tmp/zub_j.yuv
 x mmco5_src 176x144 /tmp/zub_j.yuv --qp 28 --keyint 100 --no-scenecut --ref 1
 python3 rewrite_h264.py mmco5 mmco5_src.264 mmco5_reset.264
+# The same with pic_order_cnt_type 0 and a DPB that holds three pictures.
+python3 rewrite_h264.py poc0mmco5 mmco5_src.264 mmco5_poc0.264
 
 # disable_deblocking_filter_idc 2 in some slices of a five-slice stream.
 raw "mandelbrot=size=176x144:rate=25" 12 /tmp/zub_k.yuv

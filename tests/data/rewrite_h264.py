@@ -11,7 +11,7 @@ Emulation prevention bytes are removed on reading and inserted again on
 writing (clause 7.4.1).
 
 Usage: rewrite_h264.py RULE IN.264 OUT.264
-RULE is one of: identity, poc0, poc1, mmco, mmco5, deblock2.
+RULE is one of: identity, poc0, poc1, mmco, mmco5, poc0mmco5, deblock2.
 Used by make_streams.sh to make streams with features that x264 never writes.
 """
 import sys
@@ -168,7 +168,61 @@ def parse_sps(r):
     s["cropping"] = r.u(1)
     if s["cropping"]:
         s["crop"] = [r.ue() for _ in range(4)]
-    return s  # VUI and trailing bits are copied
+    s["vui"] = parse_vui(r) if r.u(1) else None
+    return s
+
+
+# VUI fields in syntax order (Annex E.1.1) as (name, kind, bits, condition):
+# kind "u" with a bit count or "ue"; condition names the flag that must be 1.
+VUI_FIELDS = [
+    ("aspect_ratio_info_present", "u", 1, None), ("aspect_ratio_idc", "u", 8, "aspect_ratio_info_present"),
+    ("sar_width", "u", 16, "extended_sar"), ("sar_height", "u", 16, "extended_sar"),
+    ("overscan_info_present", "u", 1, None), ("overscan_appropriate", "u", 1, "overscan_info_present"),
+    ("video_signal_type_present", "u", 1, None), ("video_format", "u", 3, "video_signal_type_present"),
+    ("video_full_range", "u", 1, "video_signal_type_present"),
+    ("colour_description_present", "u", 1, "video_signal_type_present"),
+    ("colour_primaries", "u", 8, "colour_description_present"),
+    ("transfer_characteristics", "u", 8, "colour_description_present"),
+    ("matrix_coefficients", "u", 8, "colour_description_present"),
+    ("chroma_loc_info_present", "u", 1, None), ("chroma_loc_top", "ue", 0, "chroma_loc_info_present"),
+    ("chroma_loc_bottom", "ue", 0, "chroma_loc_info_present"),
+    ("timing_info_present", "u", 1, None), ("num_units_in_tick", "u", 32, "timing_info_present"),
+    ("time_scale", "u", 32, "timing_info_present"), ("fixed_frame_rate", "u", 1, "timing_info_present"),
+    ("nal_hrd_present", "u", 1, None), ("vcl_hrd_present", "u", 1, None),
+    ("pic_struct_present", "u", 1, None), ("bitstream_restriction", "u", 1, None),
+    ("mvs_over_pic_boundaries", "u", 1, "bitstream_restriction"),
+    ("max_bytes_per_pic_denom", "ue", 0, "bitstream_restriction"),
+    ("max_bits_per_mb_denom", "ue", 0, "bitstream_restriction"),
+    ("log2_max_mv_length_horizontal", "ue", 0, "bitstream_restriction"),
+    ("log2_max_mv_length_vertical", "ue", 0, "bitstream_restriction"),
+    ("max_num_reorder_frames", "ue", 0, "bitstream_restriction"),
+    ("max_dec_frame_buffering", "ue", 0, "bitstream_restriction"),
+]
+
+
+def vui_present(v, cond):
+    if cond == "extended_sar":
+        return v.get("aspect_ratio_info_present") and v.get("aspect_ratio_idc") == 255
+    return cond is None or v.get(cond)
+
+
+def parse_vui(r):
+    v = {}
+    for name, kind, bits, cond in VUI_FIELDS:
+        if vui_present(v, cond):
+            v[name] = r.u(bits) if kind == "u" else r.ue()
+        if name == "vcl_hrd_present" and (v["nal_hrd_present"] or v["vcl_hrd_present"]):
+            raise ValueError("HRD parameters are not handled")
+    return v
+
+
+def write_vui(w, v):
+    for name, kind, bits, cond in VUI_FIELDS:
+        if vui_present(v, cond):
+            if kind == "u":
+                w.u(bits, v[name])
+            else:
+                w.ue(v[name])
 
 
 def write_sps(w, s):
@@ -207,6 +261,9 @@ def write_sps(w, s):
     if s["cropping"]:
         for c in s["crop"]:
             w.ue(c)
+    w.u(1, s["vui"] is not None)
+    if s["vui"] is not None:
+        write_vui(w, s["vui"])
 
 
 def parse_pps(r):
@@ -456,6 +513,8 @@ class Poc1(Rule):
 
     def slice(self, h, pic, idr, sps, pps):
         h["delta_poc"] = [pic % 2, (0, -1, 2)[pic % 3]]
+        if idr:  # the IDR picture stays as long-term reference 0 (clause 8.2.5.1)
+            h["long_term_reference"] = 1
 
 
 class Mmco(Rule):
@@ -507,6 +566,47 @@ class Mmco5(Rule):
             del self.pending
 
 
+class Poc0Mmco5(Mmco5):
+    # Operation 5 with pic_order_cnt_type 0 (5-bit lsb) on a one-reference
+    # stream whose DPB (max_dec_frame_buffering 3) holds pictures for output.
+    # The picture with operation 5 has delta_pic_order_cnt_bottom -7, so
+    # after it TopFieldOrderCnt is 7 and prevPicOrderCntLsb must be 7 (clause
+    # 8.2.1.1); the next picture's lsb of 20 then gives POC 20, whereas a
+    # prevPicOrderCntLsb of 0 would give 20 - 32 and a wrong output order.
+    def __init__(self):
+        super().__init__()
+        self.top = 0
+        self.after_reset = False
+
+    def sps(self, s):
+        s["poc_type"] = 0
+        s["log2_max_poc_lsb_minus4"] = 1
+        s["vui"]["max_dec_frame_buffering"] = 3
+
+    def pps(self, p):
+        p["pic_order_present"] = 1
+
+    def slice(self, h, pic, idr, sps, pps):
+        super().slice(h, pic, idr, sps, pps)
+        if h["slice_index"] == 0:
+            if idr:
+                self.top = 0
+            elif pic in self.AT:
+                self.top += 8  # POC top - 7 still after the previous picture
+            elif self.after_reset:
+                self.top = 20
+            else:
+                self.top += 2
+            self.after_reset = pic in self.AT and not idr
+        h["poc_lsb"] = self.top % 32
+        h["delta_poc_bottom"] = -7 if pic in self.AT and not idr else (0, 1, 2)[pic % 3]
+
+    def end_picture(self, pic):
+        super().end_picture(pic)
+        if pic in self.AT:
+            self.top = 7
+
+
 class Deblock2(Rule):
     # disable_deblocking_filter_idc 2 (slice-boundary edges not filtered)
     # in some slices, 0 in others, with varied offsets.
@@ -519,7 +619,8 @@ class Deblock2(Rule):
             h["beta_div2"] = (0, -3, 2, 6)[(pic + k) % 4]
 
 
-RULES = {"identity": Rule, "poc0": Poc0, "poc1": Poc1, "mmco": Mmco, "mmco5": Mmco5, "deblock2": Deblock2}
+RULES = {"identity": Rule, "poc0": Poc0, "poc1": Poc1, "mmco": Mmco, "mmco5": Mmco5, "poc0mmco5": Poc0Mmco5,
+         "deblock2": Deblock2}
 
 
 def rewrite(data, rule):
