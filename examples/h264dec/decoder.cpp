@@ -454,6 +454,7 @@ void Decoder::computePoc(const SliceHeader& sh) {
         }
     }
     cur_->poc = std::min(top, bottom);
+    topPoc_ = top;
 }
 
 void Decoder::buildRefList(const SliceHeader& sh) {
@@ -634,11 +635,15 @@ void Decoder::finishPicture() {
     prevFrameNum_ = sh.frameNum;
     prevFrameNumOffset_ = frameNumOffset_;
     if (cur_->hadMmco5) {
-        // Clause 8.2.1: after MMCO 5 the picture counts as POC 0 and frame_num 0.
+        // Clause 8.2.1: after MMCO 5 the picture counts as POC 0 and frame_num 0:
+        // tempPicOrderCnt = PicOrderCnt(CurrPic) is taken from both field
+        // counts.  The next picture's prevPicOrderCntLsb is this picture's
+        // TopFieldOrderCnt after that step (clause 8.2.1.1), which is not 0
+        // when delta_pic_order_cnt_bottom is negative.
         const int tempPoc = cur_->poc;
         cur_->poc -= tempPoc;
         prevPocMsb_ = 0;
-        prevPocLsb_ = 0;
+        prevPocLsb_ = topPoc_ - tempPoc;
         prevFrameNum_ = 0;
         prevFrameNumOffset_ = 0;
         cur_->frameNum = 0;
