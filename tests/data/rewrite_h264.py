@@ -532,6 +532,8 @@ class Mmco(Rule):
         15: [(1, 1), (6, 0)],           # drop frame_num-2 (short 12,14 left), current -> LT 0
         19: [(3, 0, 0)],                # frame_num-1 -> LT 0 (old LT 0 freed)
         20: [(2, 0), (4, 2), (6, 1)],   # LT 0 unused, current -> LT 1
+        22: [(1, 0), (3, 2, 0)],        # drop frame_num-1, frame_num-3 -> LT 0: the older
+                                        # long-term picture has the lower index
     }
 
     def slice(self, h, pic, idr, sps, pps):
