@@ -66,6 +66,9 @@ python3 rewrite_h264.py poc1 poc1_src.264 poc_type1.264
 raw "testsrc2=size=176x144:rate=25,scroll=horizontal=0.02:vertical=0.01" 24 /tmp/zub_i.yuv
 x mmco_src 176x144 /tmp/zub_i.yuv --qp 28 --keyint 100 --no-scenecut --ref 3
 python3 rewrite_h264.py mmco mmco_src.264 mmco_longterm.264
+# The same source with pic_order_cnt_type 1 and five non-reference pictures
+# (offset_for_non_ref_pic, frame_num counting reference pictures only).
+python3 rewrite_h264.py poc1nonref mmco_src.264 nonref_poc1.264
 
 # Memory management control operation 5 (all references unused, frame_num and
 # POC restart) on a one-reference stream.

@@ -11,7 +11,7 @@ Emulation prevention bytes are removed on reading and inserted again on
 writing (clause 7.4.1).
 
 Usage: rewrite_h264.py RULE IN.264 OUT.264
-RULE is one of: identity, poc0, poc1, mmco, mmco5, poc0mmco5, deblock2.
+RULE is one of: identity, poc0, poc1, poc1nonref, mmco, mmco5, poc0mmco5, deblock2.
 Used by make_streams.sh to make streams with features that x264 never writes.
 """
 import sys
@@ -517,6 +517,40 @@ class Poc1(Rule):
             h["long_term_reference"] = 1
 
 
+class Poc1NonRef(Poc1):
+    # pic_order_cnt_type 1 with non-reference P pictures (nal_ref_idc 0) on a
+    # --ref 3 stream: offset_for_non_ref_pic applies to them (clause
+    # 8.2.1.2), they are never marked, and frame_num counts only reference
+    # pictures, so later frame_num values are renumbered.  Each P picture
+    # still has three references.  POC increases in decoding order.
+    NONREF = (5, 9, 10, 14, 17)
+
+    def __init__(self):
+        self.dropped = 0
+        self.run = 0
+
+    def sps(self, s):
+        super().sps(s)
+        s["offset_for_non_ref_pic"] = 1
+        s["offset_for_ref_frame"] = [4, 6, 5]
+
+    def slice(self, h, pic, idr, sps, pps):
+        super().slice(h, pic, idr, sps, pps)
+        if idr:
+            self.dropped = 0
+        max_fn = 1 << (sps["log2_max_frame_num_minus4"] + 4)
+        h["frame_num"] = (h["frame_num"] - self.dropped) % max_fn
+        if pic in self.NONREF and not idr:
+            if h["slice_index"] == 0:
+                self.run = self.run + 1 if pic - 1 in self.NONREF else 1
+            h["nal_ref_idc"] = 0
+            h["delta_poc"][0] = self.run
+
+    def end_picture(self, pic):
+        if pic in self.NONREF:
+            self.dropped += 1
+
+
 class Mmco(Rule):
     # Memory management control operations on a --ref 3 stream (three
     # references, kept full): at each chosen picture the number of
@@ -621,7 +655,7 @@ class Deblock2(Rule):
             h["beta_div2"] = (0, -3, 2, 6)[(pic + k) % 4]
 
 
-RULES = {"identity": Rule, "poc0": Poc0, "poc1": Poc1, "mmco": Mmco, "mmco5": Mmco5, "poc0mmco5": Poc0Mmco5,
+RULES = {"identity": Rule, "poc0": Poc0, "poc1": Poc1, "poc1nonref": Poc1NonRef, "mmco": Mmco, "mmco5": Mmco5, "poc0mmco5": Poc0Mmco5,
          "deblock2": Deblock2}
 
 
@@ -679,10 +713,12 @@ def rewrite(data, rule):
                 slice_index = 0
             h["slice_index"] = slice_index
             slice_index += 1
+            h["nal_ref_idc"] = nal_ref_idc
             rule.slice(h, pic, nal_type == 5, sps, pps)
+            nal_ref_idc = h["nal_ref_idc"]
             write_slice(w, h, nal_type, nal_ref_idc, sps, pps)
         w.copy(rest, end)
-        out += sc + bytes([nal[0]]) + escape(w.finish())
+        out += sc + bytes([(nal[0] & 0x9F) | nal_ref_idc << 5]) + escape(w.finish())
     return bytes(out)
 
 
