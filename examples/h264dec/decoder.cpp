@@ -659,6 +659,17 @@ void Decoder::finishPicture() {
         for (auto& f : frames_)
             if (f.get() != cur_ && f->inUse()) ++used;
         if (used < capacity) break;
+        // Clause C.4.5.2: with no empty frame buffer, a non-reference picture
+        // that precedes every picture waiting for output is output at once
+        // and not stored; otherwise pictures are bumped until one is empty.
+        if (cur_->ref == Frame::Unused &&
+            std::none_of(frames_.begin(), frames_.end(), [&](auto& f) {
+                return f.get() != cur_ && f->neededForOutput && f->poc <= cur_->poc;
+            })) {
+            outputFrame(cur_);
+            cur_ = nullptr;
+            return;
+        }
         if (!std::any_of(frames_.begin(), frames_.end(), [&](auto& f) { return f.get() != cur_ && f->neededForOutput; }))
             break;
         bump();

@@ -69,6 +69,9 @@ python3 rewrite_h264.py mmco mmco_src.264 mmco_longterm.264
 # The same source with pic_order_cnt_type 1 and five non-reference pictures
 # (offset_for_non_ref_pic, frame_num counting reference pictures only).
 python3 rewrite_h264.py poc1nonref mmco_src.264 nonref_poc1.264
+# Output order unlike decoding order without B slices: non-reference P
+# pictures with a POC before that of the reference picture decoded before them.
+python3 rewrite_h264.py reorder mmco_src.264 nonref_reorder.264
 
 # Memory management control operation 5 (all references unused, frame_num and
 # POC restart) on a one-reference stream.

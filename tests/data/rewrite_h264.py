@@ -11,7 +11,8 @@ Emulation prevention bytes are removed on reading and inserted again on
 writing (clause 7.4.1).
 
 Usage: rewrite_h264.py RULE IN.264 OUT.264
-RULE is one of: identity, poc0, poc1, poc1nonref, mmco, mmco5, poc0mmco5, deblock2.
+RULE is one of: identity, poc0, poc1, poc1nonref, mmco, mmco5, poc0mmco5, reorder,
+deblock2.
 Used by make_streams.sh to make streams with features that x264 never writes.
 """
 import sys
@@ -551,6 +552,46 @@ class Poc1NonRef(Poc1):
             self.dropped += 1
 
 
+class Reorder(Rule):
+    # Output order differs from decoding order without B slices: from picture
+    # 6 on, every second P picture is a non-reference picture whose POC (type
+    # 0, 4-bit lsb) lies before that of the reference picture decoded just
+    # before it; max_num_reorder_frames 1.  With three references filling the
+    # three-frame DPB, such a picture is output at once (clause C.4.5.2).
+    FIRST = 6
+
+    def __init__(self):
+        self.dropped = 0
+        self.idr_pic = 0
+
+    def sps(self, s):
+        s["poc_type"] = 0
+        s["log2_max_poc_lsb_minus4"] = 0
+        s["vui"]["max_num_reorder_frames"] = 1
+        s["vui"]["max_dec_frame_buffering"] = s["max_num_ref_frames"]
+
+    def slice(self, h, pic, idr, sps, pps):
+        if idr:
+            self.dropped = 0
+            self.idr_pic = pic
+        max_fn = 1 << (sps["log2_max_frame_num_minus4"] + 4)
+        h["frame_num"] = (h["frame_num"] - self.dropped) % max_fn
+        n = pic - self.idr_pic
+        poc = 2 * n
+        if n >= self.FIRST:
+            if (n - self.FIRST) % 2 == 0:
+                poc += 2
+            else:
+                poc -= 2
+                h["nal_ref_idc"] = 0
+        h["poc_lsb"] = poc % 16
+
+    def end_picture(self, pic):
+        n = pic - self.idr_pic
+        if n >= self.FIRST and (n - self.FIRST) % 2 == 1:
+            self.dropped += 1
+
+
 class Mmco(Rule):
     # Memory management control operations on a --ref 3 stream (three
     # references, kept full): at each chosen picture the number of
@@ -656,6 +697,7 @@ class Deblock2(Rule):
 
 
 RULES = {"identity": Rule, "poc0": Poc0, "poc1": Poc1, "poc1nonref": Poc1NonRef, "mmco": Mmco, "mmco5": Mmco5, "poc0mmco5": Poc0Mmco5,
+         "reorder": Reorder,
          "deblock2": Deblock2}
 
 
