@@ -454,6 +454,7 @@ void Decoder::computePoc(const SliceHeader& sh) {
         }
     }
     cur_->poc = std::min(top, bottom);
+    topPoc_ = top;
 }
 
 void Decoder::buildRefList(const SliceHeader& sh) {
@@ -634,11 +635,15 @@ void Decoder::finishPicture() {
     prevFrameNum_ = sh.frameNum;
     prevFrameNumOffset_ = frameNumOffset_;
     if (cur_->hadMmco5) {
-        // Clause 8.2.1: after MMCO 5 the picture counts as POC 0 and frame_num 0.
+        // Clause 8.2.1: after MMCO 5 the picture counts as POC 0 and frame_num 0:
+        // tempPicOrderCnt = PicOrderCnt(CurrPic) is taken from both field
+        // counts.  The next picture's prevPicOrderCntLsb is this picture's
+        // TopFieldOrderCnt after that step (clause 8.2.1.1), which is not 0
+        // when delta_pic_order_cnt_bottom is negative.
         const int tempPoc = cur_->poc;
         cur_->poc -= tempPoc;
         prevPocMsb_ = 0;
-        prevPocLsb_ = 0;
+        prevPocLsb_ = topPoc_ - tempPoc;
         prevFrameNum_ = 0;
         prevFrameNumOffset_ = 0;
         cur_->frameNum = 0;
@@ -654,6 +659,17 @@ void Decoder::finishPicture() {
         for (auto& f : frames_)
             if (f.get() != cur_ && f->inUse()) ++used;
         if (used < capacity) break;
+        // Clause C.4.5.2: with no empty frame buffer, a non-reference picture
+        // that precedes every picture waiting for output is output at once
+        // and not stored; otherwise pictures are bumped until one is empty.
+        if (cur_->ref == Frame::Unused &&
+            std::none_of(frames_.begin(), frames_.end(), [&](auto& f) {
+                return f.get() != cur_ && f->neededForOutput && f->poc <= cur_->poc;
+            })) {
+            outputFrame(cur_);
+            cur_ = nullptr;
+            return;
+        }
         if (!std::any_of(frames_.begin(), frames_.end(), [&](auto& f) { return f.get() != cur_ && f->neededForOutput; }))
             break;
         bump();

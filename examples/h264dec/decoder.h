@@ -149,6 +149,7 @@ private:
     int prevPocMsb_ = 0, prevPocLsb_ = 0, prevFrameNumOffset_ = 0, prevFrameNum_ = 0;
     bool prevHadMmco5_ = false;
     int frameNumOffset_ = 0;
+    int topPoc_ = 0;  // TopFieldOrderCnt of the current picture
     int maxLongTermFrameIdx_ = -1;  // -1: no long-term frame indices
 
     std::vector<Frame*> refList_;

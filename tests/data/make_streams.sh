@@ -35,9 +35,11 @@ x264 --quiet --no-progress --profile main --no-cabac --bframes 0 --weightp 2 --r
     --fps 25 --qp 28 -o fade_weightp.264 /tmp/zub_e.yuv
 
 # frame_mbs_only_flag 0 with frame pictures only (crop unit of 4 rows).
-raw "mandelbrot=size=176x120:rate=25" 16 /tmp/zub_f.yuv
+raw "mandelbrot=size=176x120:rate=25" 16 /tmp/zub_f.yuv \
+    /tmp/zub_g.yuv /tmp/zub_h.yuv /tmp/zub_i.yuv /tmp/zub_j.yuv /tmp/zub_k.yuv
 x264 --quiet --no-progress --profile main --no-cabac --bframes 0 --fake-interlaced --ref 2 --input-res 176x120 \
-    --fps 25 --qp 30 -o fakeint_frames.264 /tmp/zub_f.yuv
+    --fps 25 --qp 30 -o fakeint_frames.264 /tmp/zub_f.yuv \
+    /tmp/zub_g.yuv /tmp/zub_h.yuv /tmp/zub_i.yuv /tmp/zub_j.yuv /tmp/zub_k.yuv
 
 ffmpeg -loglevel error -y -f lavfi -i "testsrc=size=208x112:rate=25" -frames:v 20 -pix_fmt yuv420p -c:v libx264 -coder 0 \
     -profile:v baseline -g 10 -qp 30 -slices 2 ffmpeg_testsrc.264
@@ -45,7 +47,48 @@ ffmpeg -loglevel error -y -f lavfi -i "testsrc=size=208x112:rate=25" -frames:v 2
 ffmpeg -loglevel error -y -f lavfi -i "mandelbrot=size=320x240:rate=25" -frames:v 10 -pix_fmt yuv420p -c:v libx264 -coder 0 \
     -profile:v baseline -crf 40 -chromaoffset 4 ffmpeg_mandel_cqp.264
 
+# Features x264 never writes, added by rewriting headers of x264 streams with
+# rewrite_h264.py (the slice data stays as encoded).
+# pic_order_cnt_type 0 with a wrapping 4-bit pic_order_cnt_lsb and
+# delta_pic_order_cnt_bottom; two IDRs.
+raw "testsrc2=size=176x144:rate=25,hue=H=t/2" 20 /tmp/zub_g.yuv
+x poc0_src 176x144 /tmp/zub_g.yuv --qp 27 --keyint 13 --ref 2
+python3 rewrite_h264.py poc0 poc0_src.264 poc_type0.264
+
+# pic_order_cnt_type 1 with a cycle of three reference offsets and
+# delta_pic_order_cnt[0], [1]; the IDR pictures are long-term references.
+raw "mandelbrot=size=176x144:rate=25" 16 /tmp/zub_h.yuv
+x poc1_src 176x144 /tmp/zub_h.yuv --qp 30 --keyint 10 --ref 2
+python3 rewrite_h264.py poc1 poc1_src.264 poc_type1.264
+
+# Memory management control operations 1, 2, 3, 4 and 6: long-term
+# references in the P reference lists (three references, ref_idx up to 2).
+raw "testsrc2=size=176x144:rate=25,scroll=horizontal=0.02:vertical=0.01" 24 /tmp/zub_i.yuv
+x mmco_src 176x144 /tmp/zub_i.yuv --qp 28 --keyint 100 --no-scenecut --ref 3
+python3 rewrite_h264.py mmco mmco_src.264 mmco_longterm.264
+# The same source with pic_order_cnt_type 1 and five non-reference pictures
+# (offset_for_non_ref_pic, frame_num counting reference pictures only).
+python3 rewrite_h264.py poc1nonref mmco_src.264 nonref_poc1.264
+# Output order unlike decoding order without B slices: non-reference P
+# pictures with a POC before that of the reference picture decoded before them.
+python3 rewrite_h264.py reorder mmco_src.264 nonref_reorder.264
+
+# Memory management control operation 5 (all references unused, frame_num and
+# POC restart) on a one-reference stream.
+raw "testsrc2=size=176x144:rate=25,hue=s=t/2" 16 /tmp/zub_j.yuv
+x mmco5_src 176x144 /tmp/zub_j.yuv --qp 28 --keyint 100 --no-scenecut --ref 1
+python3 rewrite_h264.py mmco5 mmco5_src.264 mmco5_reset.264
+# The same with pic_order_cnt_type 0 and a DPB that holds three pictures.
+python3 rewrite_h264.py poc0mmco5 mmco5_src.264 mmco5_poc0.264
+
+# disable_deblocking_filter_idc 2 in some slices of a five-slice stream.
+raw "mandelbrot=size=176x144:rate=25" 12 /tmp/zub_k.yuv
+x deblock2_src 176x144 /tmp/zub_k.yuv --qp 36 --slices 5 --ref 2 --keyint 8
+python3 rewrite_h264.py deblock2 deblock2_src.264 deblock_idc2.264
+rm -f poc0_src.264 poc1_src.264 mmco_src.264 mmco5_src.264 deblock2_src.264
+
 for s in *.264; do
     ffmpeg -loglevel error -i "$s" -f framemd5 - | grep -v '^#' | awk -F', *' '{print $6}' > "${s%.264}.md5"
 done
-rm -f /tmp/zub_a.yuv /tmp/zub_b.yuv /tmp/zub_c.yuv /tmp/zub_d.yuv /tmp/zub_e.yuv /tmp/zub_f.yuv
+rm -f /tmp/zub_a.yuv /tmp/zub_b.yuv /tmp/zub_c.yuv /tmp/zub_d.yuv /tmp/zub_e.yuv /tmp/zub_f.yuv \
+    /tmp/zub_g.yuv /tmp/zub_h.yuv /tmp/zub_i.yuv /tmp/zub_j.yuv /tmp/zub_k.yuv
