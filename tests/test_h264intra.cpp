@@ -174,20 +174,23 @@ const LargeCase kLarge[] = {
     {zubiPredictIntraChroma8x8_H264_8u_C1IR, 8, {0, kL, kT, kT | kL | kTL}},
 };
 
-// Every mode and flag combination; the first two plane areas of each have
-// steep edges (a steep rise in the middle of both edges with low ends, then
-// inverted) that drive the plane prediction below 0 and above 255.
+// Every mode and flag combination, more areas for the plane mode (its rounding
+// ties are rare); the first two plane areas have steep edges (a steep rise in
+// the middle of both edges with low ends, then inverted) that drive the
+// prediction below 0 and above 255, the third a chroma tie of (17 H + 16) >> 5.
 TEST(IntraLarge, EveryModeAndFlagCombinationMatchesModel) {
     std::mt19937 rng(43);
     int below = 0, above = 0;
     for (const LargeCase& c : kLarge)
         for (int mode = 0; mode < 4; ++mode)
             for (int combo = 0; combo < 16; ++combo)
-                for (int rep = 0; rep < 8; ++rep) {
+                for (int rep = 0; rep < (mode == 3 ? 48 : 8); ++rep) {
                     Area a(c.n, static_cast<int>(rng() % 8), rng);
                     for (int i = -1; mode == 3 && rep < 2 && i < c.n; ++i)
                         a.ref(i, -1) = a.ref(-1, i) =
                             static_cast<Zub8u>((i < c.n / 2 || i == c.n - 1) == rep ? 255 : 0);
+                    for (int i = -1; mode == 3 && rep == 2 && i < c.n; ++i)  // chroma H = V = 16: a rounding tie
+                        a.ref(i, -1) = a.ref(-1, i) = static_cast<Zub8u>(i == c.n - 1 ? 104 : 100);
                     const int flags = flagsOf(combo, rng);
                     const ModelN m{a, c.n, flags};
                     const bool ok = (flags & c.needs[mode]) == c.needs[mode];
