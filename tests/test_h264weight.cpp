@@ -283,7 +283,9 @@ struct PlaneBuf {
         for (auto& v : mem) v = static_cast<Zub8u>(rng());
     }
     size_t idx(int x, int y) const { return static_cast<size_t>((y + pad) * step + pad + x); }
-    ZubStatus expand(ZubSize s, int e_, int type) { return zubiExpandPlane_H264_8u_C1R(&mem[idx(0, 0)], s, step, e_, type); }
+    ZubStatus expand(ZubSize s, int e_, int type) {
+        return zubiExpandPlane_H264_8u_C1R(&mem[idx(0, 0)], s, step, e_, type);
+    }
 };
 
 // Frames and both fields (the fields' border rows split E unevenly), odd and even widths.
