@@ -28,56 +28,46 @@ struct Coverage {
 } gCov;
 
 // One line p3 p2 p1 p0 | q0 q1 q2 q3 (clauses 8.7.2.3 and 8.7.2.4): q points
-// to q0, across is the sample distance from p0 to q0.
+// to q0, across is the sample distance from p0 to q0.  The q side mirrors the
+// p side, so each formula is written once for side -1 (p) and +1 (q).
 template <class T>
 void modelLine(T* q, ptrdiff_t across, bool luma, bool bs4, int alpha, int beta, int tc0, int maxVal) {
-    auto s = [&](int i) -> T& { return q[i * across]; };  // i = -4..3: p3..q3
-    const int p0 = s(-1), p1 = s(-2), q0 = s(0), q1 = s(1), tcMask = sizeof(T) == 1 ? 0xFF : 0xFFFF;
+    int v[8] = {};  // the line as read
+    for (int i = luma ? 0 : 2; i < (luma ? 8 : 6); ++i) v[i] = q[(i - 4) * across];
+    auto get = [&](int side, int i) { return v[side < 0 ? 3 - i : 4 + i]; };  // p_i or q_i
+    auto set = [&](int side, int i, int val) { q[(side < 0 ? -1 - i : i) * across] = static_cast<T>(val); };
+    const int p2 = v[1], p1 = v[2], p0 = v[3], q0 = v[4], q1 = v[5], q2 = v[6];
     ++gCov.lines;
     gCov.alphaEq += std::abs(p0 - q0) == alpha;
     gCov.betaEq += std::abs(p1 - p0) == beta || std::abs(q1 - q0) == beta;
     if (!(std::abs(p0 - q0) < alpha && std::abs(p1 - p0) < beta && std::abs(q1 - q0) < beta)) return;
     ++gCov.filtered;
-    auto deltaStep = [&](int tc) {
+    const bool ap = luma && std::abs(p2 - p0) < beta, aq = luma && std::abs(q2 - q0) < beta;
+    const bool small = std::abs(p0 - q0) < (alpha >> 2) + 2;
+    gCov.apEq += luma && (std::abs(p2 - p0) == beta || std::abs(q2 - q0) == beta);
+    gCov.strongEq += luma && bs4 && std::abs(p0 - q0) == (alpha >> 2) + 2;
+    gCov.strongFull += luma && bs4 && ap && small;
+    gCov.weakBs4 += luma && bs4 && !(ap && small);
+    if (!bs4) {  // tc kept to the width of the threshold element
+        const int tc = (luma ? tc0 + ap + aq : tc0 + 1) & (sizeof(T) == 1 ? 0xFF : 0xFFFF);
         const int delta = std::clamp(((q0 - p0) * 4 + (p1 - q1) + 4) >> 3, -tc, tc);
         gCov.saturated += std::min(p0 + delta, q0 - delta) < 0 || std::max(p0 + delta, q0 - delta) > maxVal;
-        s(-1) = static_cast<T>(std::clamp(p0 + delta, 0, maxVal));
-        s(0) = static_cast<T>(std::clamp(q0 - delta, 0, maxVal));
-    };
-    if (!luma && bs4) {
-        s(-1) = static_cast<T>((2 * p1 + p0 + q1 + 2) >> 2);
-        s(0) = static_cast<T>((2 * q1 + q0 + p1 + 2) >> 2);
+        set(-1, 0, std::clamp(p0 + delta, 0, maxVal));
+        set(1, 0, std::clamp(q0 - delta, 0, maxVal));
     }
-    if (!luma) {
-        if (!bs4) deltaStep((tc0 + 1) & tcMask);
-        return;
-    }
-    const int p2 = s(-3), q2 = s(2), p3 = s(-4), q3 = s(3);
-    const bool ap = std::abs(p2 - p0) < beta, aq = std::abs(q2 - q0) < beta;
-    gCov.apEq += std::abs(p2 - p0) == beta || std::abs(q2 - q0) == beta;
-    if (!bs4) {
-        deltaStep((tc0 + ap + aq) & tcMask);
-        if (ap) s(-2) = static_cast<T>(p1 + std::clamp((p2 + ((p0 + q0 + 1) >> 1) - 2 * p1) >> 1, -tc0, tc0));
-        if (aq) s(1) = static_cast<T>(q1 + std::clamp((q2 + ((p0 + q0 + 1) >> 1) - 2 * q1) >> 1, -tc0, tc0));
-        return;
-    }
-    const bool small = std::abs(p0 - q0) < (alpha >> 2) + 2;
-    gCov.strongEq += std::abs(p0 - q0) == (alpha >> 2) + 2;
-    if (ap && small) {
-        ++gCov.strongFull;
-        s(-1) = static_cast<T>((p2 + 2 * p1 + 2 * p0 + 2 * q0 + q1 + 4) >> 3);
-        s(-2) = static_cast<T>((p2 + p1 + p0 + q0 + 2) >> 2);
-        s(-3) = static_cast<T>((2 * p3 + 3 * p2 + p1 + p0 + q0 + 4) >> 3);
-    } else {
-        ++gCov.weakBs4;
-        s(-1) = static_cast<T>((2 * p1 + p0 + q1 + 2) >> 2);
-    }
-    if (aq && small) {
-        s(0) = static_cast<T>((p1 + 2 * p0 + 2 * q0 + 2 * q1 + q2 + 4) >> 3);
-        s(1) = static_cast<T>((p0 + q0 + q1 + q2 + 2) >> 2);
-        s(2) = static_cast<T>((2 * q3 + 3 * q2 + q1 + q0 + p0 + 4) >> 3);
-    } else {
-        s(0) = static_cast<T>((2 * q1 + q0 + p1 + 2) >> 2);
+    for (int side : {-1, 1}) {
+        auto x = [&](int i) { return get(side, i); };  // this side
+        auto y = [&](int i) { return get(-side, i); };  // the other
+        const bool a = side < 0 ? ap : aq;
+        if (!bs4) {
+            if (a) set(side, 1, x(1) + std::clamp((x(2) + ((x(0) + y(0) + 1) >> 1) - 2 * x(1)) >> 1, -tc0, tc0));
+        } else if (a && small) {
+            set(side, 0, (x(2) + 2 * x(1) + 2 * x(0) + 2 * y(0) + y(1) + 4) >> 3);
+            set(side, 1, (x(2) + x(1) + x(0) + y(0) + 2) >> 2);
+            set(side, 2, (2 * x(3) + 3 * x(2) + x(1) + x(0) + y(0) + 4) >> 3);
+        } else {
+            set(side, 0, (2 * x(1) + x(0) + y(1) + 2) >> 2);
+        }
     }
 }
 
@@ -155,30 +145,34 @@ const Member kMembers[] = {  // indexed by Kind
     {"Chroma422HorEdge", Chroma422Hor, zubiFilterDeblockingChroma422HorEdge_H264_16u_C1IR},
 };
 
-// Calls the 8u (T = Zub8u) or 16u member of the given kind.
+// The member of kind k, 8u (wide false) or 16u, with the arguments of the
+// record r (the plain 8u members take them one by one).
+ZubStatus callRecord(Kind k, bool wide, const H264DeblockingParams* r) {
+    if (wide) return kMembers[k].fn16(r);
+    if (k == Chroma422Ver) return zubiFilterDeblockingChroma422VerEdge_H264_8u_C1IR(r);
+    if (k == Chroma422Hor) return zubiFilterDeblockingChroma422HorEdge_H264_8u_C1IR(r);
+    Zub8u* src = static_cast<Zub8u*>(r->srcDst);
+    const auto *alpha = static_cast<const Zub8u*>(r->alpha), *beta = static_cast<const Zub8u*>(r->beta);
+    const auto* tc0 = static_cast<const Zub8u*>(r->thresholds);
+    const int step = r->srcDstStep;
+    switch (k) {
+        case LumaVer: return zubiFilterDeblockingLuma_VerEdge_H264_8u_C1IR(src, step, alpha, beta, tc0, r->bS);
+        case LumaHor: return zubiFilterDeblockingLuma_HorEdge_H264_8u_C1IR(src, step, alpha, beta, tc0, r->bS);
+        case ChromaVer: return zubiFilterDeblockingChroma_VerEdge_H264_8u_C1IR(src, step, alpha, beta, tc0, r->bS);
+        case ChromaHor: return zubiFilterDeblockingChroma_HorEdge_H264_8u_C1IR(src, step, alpha, beta, tc0, r->bS);
+        case LumaMbaff:
+            return zubiFilterDeblockingLuma_VerEdge_MBAFF_H264_8u_C1IR(src, step, *alpha, *beta, tc0, r->bS);
+        default: return zubiFilterDeblockingChroma_VerEdge_MBAFF_H264_8u_C1IR(src, step, *alpha, *beta, tc0, r->bS);
+    }
+}
+
 template <class T>
 ZubStatus callMember(Kind kind, T* src, int step, const Thresholds& t, int bitDepth) {
     T alpha[2], beta[2], tc0[16];
     for (int i = 0; i < 16; ++i) tc0[i] = static_cast<T>(t.tc0[i]);
     for (int i = 0; i < 2; ++i) alpha[i] = static_cast<T>(t.alpha[i]), beta[i] = static_cast<T>(t.beta[i]);
     const H264DeblockingParams rec{src, step, alpha, beta, tc0, t.bS, bitDepth};
-    if constexpr (sizeof(T) == 2) {
-        return kMembers[kind].fn16(&rec);
-    } else {
-        switch (kind) {
-            case LumaVer: return zubiFilterDeblockingLuma_VerEdge_H264_8u_C1IR(src, step, alpha, beta, tc0, t.bS);
-            case LumaHor: return zubiFilterDeblockingLuma_HorEdge_H264_8u_C1IR(src, step, alpha, beta, tc0, t.bS);
-            case LumaMbaff:
-                return zubiFilterDeblockingLuma_VerEdge_MBAFF_H264_8u_C1IR(src, step, alpha[0], beta[0], tc0, t.bS);
-            case ChromaVer: return zubiFilterDeblockingChroma_VerEdge_H264_8u_C1IR(src, step, alpha, beta, tc0, t.bS);
-            case ChromaHor: return zubiFilterDeblockingChroma_HorEdge_H264_8u_C1IR(src, step, alpha, beta, tc0, t.bS);
-            case ChromaMbaff:
-                return zubiFilterDeblockingChroma_VerEdge_MBAFF_H264_8u_C1IR(src, step, alpha[0], beta[0], tc0, t.bS);
-            case Chroma422Ver: return zubiFilterDeblockingChroma422VerEdge_H264_8u_C1IR(&rec);
-            case Chroma422Hor: return zubiFilterDeblockingChroma422HorEdge_H264_8u_C1IR(&rec);
-        }
-        return 1;
-    }
+    return callRecord(kind, sizeof(T) == 2, &rec);
 }
 
 // ---- random macroblocks ---------------------------------------------------------
@@ -313,60 +307,49 @@ Thresholds firstRun(int bS, int alpha, int beta, int tc0) {
     return t;
 }
 
-TEST(DeblockLine, KnownValuesThroughVerAndHorEdges8uAnd16u) {
-    const Line ramp = {60, 62, 64, 66, 74, 75, 76, 77};
+// Through the vertical and horizontal members, 8u and 16u (10 bits) unless
+// the case is for one size only.
+TEST(DeblockLine, KnownValuesThroughVerAndHorEdges) {
+    const Line ramp = {60, 62, 64, 66, 74, 75, 76, 77}, flat = {70, 70, 70, 70, 90, 90, 90, 90};
+    const Line high = {1005, 1005, 1005, 1023, 1021, 1023, 1023, 1023};
     const struct {
         bool luma;
-        int bS, alpha, beta, tc0;
+        int size, bS, alpha, beta, tc0;  // size: 8 or 16 for one sample size only, else 0
         Line in, out;
     } cases[] = {
         // delta = (32 - 11 + 4) >> 3 = 3, tc = 2 + ap + aq; p1 += (62 + 70 - 128) >> 1, q1 += (76 + 70 - 150) >> 1.
-        {true, 2, 20, 7, 2, ramp, {60, 62, 66, 69, 71, 73, 76, 77}},
-        {true, 2, 9, 7, 2, ramp, {60, 62, 66, 69, 71, 73, 76, 77}},
-        {true, 2, 8, 7, 2, ramp, ramp},  // |p0 - q0| = alpha: the tests are strict
-        {true, 2, 20, 2, 2, ramp, ramp},  // |p1 - p0| = beta
-        {true, 0, 20, 7, 2, ramp, ramp},
-        {true, 1, 20, 7, 0, ramp, {60, 62, 64, 68, 72, 75, 76, 77}},  // tc = 2; p1, q1 held at tc0 = 0
-        {true, 3, 20, 3, 1, ramp, {60, 62, 64, 68, 72, 74, 76, 77}},  // ap false, aq true: tc = 2
-        {true, 4, 40, 7, 0, ramp, {60, 64, 67, 68, 71, 73, 75, 77}},  // bS 4, full filter both sides
-        {true, 4, 24, 7, 0, ramp, {60, 62, 64, 67, 72, 75, 76, 77}},  // |p0 - q0| = (alpha >> 2) + 2: p0, q0 only
-        {true, 4, 40, 3, 0, ramp, {60, 62, 64, 67, 71, 73, 75, 77}},  // ap false: p weak, q full
-        {false, 2, 20, 7, 2, ramp, {60, 62, 64, 69, 71, 75, 76, 77}},  // chroma tc = tc0 + 1
-        {false, 1, 20, 7, 1, ramp, {60, 62, 64, 68, 72, 75, 76, 77}},
-        {false, 4, 40, 7, 0, ramp, {60, 62, 64, 67, 72, 75, 76, 77}},
-        {false, 1, 10, 19, 2, {0, 0, 18, 0, 2, 0, 0, 0}, {0, 0, 18, 3, 0, 0, 0, 0}},  // q0 saturated at 0
+        {true, 0, 2, 20, 7, 2, ramp, {60, 62, 66, 69, 71, 73, 76, 77}},
+        {true, 0, 2, 9, 7, 2, ramp, {60, 62, 66, 69, 71, 73, 76, 77}},
+        {true, 0, 2, 8, 7, 2, ramp, ramp},   // |p0 - q0| = alpha: the tests are strict
+        {true, 0, 2, 20, 2, 2, ramp, ramp},  // |p1 - p0| = beta
+        {true, 0, 0, 20, 7, 2, ramp, ramp},
+        {true, 0, 1, 20, 7, 0, ramp, {60, 62, 64, 68, 72, 75, 76, 77}},  // tc = 2; p1, q1 held at tc0 = 0
+        {true, 0, 3, 20, 3, 1, ramp, {60, 62, 64, 68, 72, 74, 76, 77}},  // ap false, aq true: tc = 2
+        {true, 0, 4, 40, 7, 0, ramp, {60, 64, 67, 68, 71, 73, 75, 77}},  // bS 4, full filter both sides
+        {true, 0, 4, 24, 7, 0, ramp, {60, 62, 64, 67, 72, 75, 76, 77}},  // |p0 - q0| = (alpha >> 2) + 2: p0, q0 only
+        {true, 0, 4, 40, 3, 0, ramp, {60, 62, 64, 67, 71, 73, 75, 77}},  // ap false: p weak, q full
+        {false, 0, 2, 20, 7, 2, ramp, {60, 62, 64, 69, 71, 75, 76, 77}},  // chroma tc = tc0 + 1
+        {false, 0, 1, 20, 7, 1, ramp, {60, 62, 64, 68, 72, 75, 76, 77}},
+        {false, 0, 4, 40, 7, 0, ramp, {60, 62, 64, 67, 72, 75, 76, 77}},
+        {false, 0, 1, 10, 19, 2, {0, 0, 18, 0, 2, 0, 0, 0}, {0, 0, 18, 3, 0, 0, 0, 0}},  // q0 saturated at 0
+        // tc kept to the element width: delta = 8, tc = 255 + 2 or 65535 + 2 -> 1 (luma), 255 + 1 -> 0
+        // (chroma); p1 += (70 + 80 - 140) >> 1 against tc0 itself.
+        {true, 8, 1, 40, 7, 255, flat, {70, 70, 75, 71, 89, 85, 90, 90}},
+        {true, 16, 1, 40, 7, 65535, flat, {70, 70, 75, 71, 89, 85, 90, 90}},
+        {false, 8, 1, 40, 7, 255, flat, flat},
+        {false, 16, 1, 40, 7, 65535, flat, flat},
+        // The top of 10-bit samples: delta = -22 >> 3 = -3, q0 = 1024 saturates.
+        {true, 16, 1, 10, 19, 2, high, {1005, 1005, 1007, 1020, 1023, 1022, 1023, 1023}},
+        {false, 16, 1, 10, 19, 2, high, {1005, 1005, 1005, 1020, 1023, 1023, 1023, 1023}},
     };
     for (const auto& c : cases)
         for (Kind k : c.luma ? std::array{LumaVer, LumaHor} : std::array{ChromaVer, ChromaHor}) {
             SCOPED_TRACE(std::string(kMembers[k].name) + " bS " + std::to_string(c.bS) + " alpha " +
-                         std::to_string(c.alpha) + " beta " + std::to_string(c.beta));
-            EXPECT_EQ(filterLine<Zub8u>(k, c.in, firstRun(c.bS, c.alpha, c.beta, c.tc0), 8), c.out);
-            EXPECT_EQ(filterLine<Zub16u>(k, c.in, firstRun(c.bS, c.alpha, c.beta, c.tc0), 8), c.out);
+                         std::to_string(c.alpha) + " beta " + std::to_string(c.beta) + " tc0 " + std::to_string(c.tc0));
+            const Thresholds t = firstRun(c.bS, c.alpha, c.beta, c.tc0);
+            EXPECT_EQ(c.size == 16 ? c.out : filterLine<Zub8u>(k, c.in, t, 8), c.out) << "8u";
+            EXPECT_EQ(c.size == 8 ? c.out : filterLine<Zub16u>(k, c.in, t, 10), c.out) << "16u";
         }
-}
-
-// tc is kept to the width of the threshold element: with ap and aq, tc0 = 255
-// gives luma tc = 1 and chroma tc = 0 (8u), 65535 likewise (16u); and the top
-// of 10-bit samples saturates at 1023.
-TEST(DeblockLine, ClippingValueWidthAndSaturationTop) {
-    const Line in = {70, 70, 70, 70, 90, 90, 90, 90};  // delta = (80 - 20 + 4) >> 3 = 8
-    for (int tc0 : {255, 65535}) {
-        const auto lib = [&](Kind k) {
-            return tc0 == 255 ? filterLine<Zub8u>(k, in, firstRun(1, 40, 7, tc0), 8)
-                              : filterLine<Zub16u>(k, in, firstRun(1, 40, 7, tc0), 10);
-        };
-        const Line luma = lib(LumaVer);
-        EXPECT_EQ(luma[3], 71);
-        EXPECT_EQ(luma[4], 89);
-        EXPECT_EQ(luma[2], 75);  // p1 + clip((70 + 80 - 140) >> 1, +-tc0): tc0 itself not cut
-        EXPECT_EQ(lib(ChromaVer), in);
-    }
-    const Line high = {1005, 1005, 1005, 1023, 1021, 1023, 1023, 1023};  // delta = -22 >> 3 = -3
-    for (Kind k : {ChromaVer, LumaVer}) {
-        const Line out = filterLine<Zub16u>(k, high, firstRun(1, 10, 19, 2), 10);
-        EXPECT_EQ(out[3], 1020);
-        EXPECT_EQ(out[4], 1023);
-    }
 }
 
 // ---- which lines of a chroma block are filtered, and how ------------------------
@@ -434,127 +417,73 @@ TEST(DeblockChroma, EdgeBsAndTc0Indexing) {
 struct ArgFixture {
     std::vector<Zub8u> buf8 = std::vector<Zub8u>(40 * 40);
     std::vector<Zub16u> buf16 = std::vector<Zub16u>(40 * 40);
-    Zub8u alpha8[2] = {40, 40}, beta8[2] = {9, 9}, tc8[16] = {}, bS[16] = {};
-    Zub16u alpha16[2] = {40, 40}, beta16[2] = {9, 9}, tc16[16] = {};
+    Zub8u alpha8[2] = {40, 40}, beta8[2] = {9, 9}, tc8[16] = {2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2};
+    Zub8u bS[16] = {2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2};
+    Zub16u alpha16[2] = {40, 40}, beta16[2] = {9, 9}, tc16[16] = {2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2};
+    static Zub8u initial(size_t i) { return i % 3 == 0 ? 60 : 64; }
     ArgFixture() {
-        for (size_t i = 0; i < buf8.size(); ++i) buf8[i] = buf16[i] = static_cast<Zub8u>(i % 3 == 0 ? 60 : 64);
-        std::fill(std::begin(bS), std::end(bS), 2);
-        std::fill(std::begin(tc8), std::end(tc8), 2);
-        std::fill(std::begin(tc16), std::end(tc16), 2);
+        for (size_t i = 0; i < buf8.size(); ++i) buf8[i] = buf16[i] = initial(i);
     }
-    Zub8u* b8() { return buf8.data() + 8 * 40 + 8; }
-    Zub16u* b16() { return buf16.data() + 8 * 40 + 8; }
-    H264DeblockingParams rec8() { return {b8(), 40, alpha8, beta8, tc8, bS, 8}; }
-    H264DeblockingParams rec16() { return {b16(), 40, alpha16, beta16, tc16, bS, 10}; }
+    H264DeblockingParams rec(bool wide) {
+        return wide ? H264DeblockingParams{&buf16[8 * 40 + 8], 40, alpha16, beta16, tc16, bS, 10}
+                    : H264DeblockingParams{&buf8[8 * 40 + 8], 40, alpha8, beta8, tc8, bS, 8};
+    }
     bool untouched() const {
         for (size_t i = 0; i < buf8.size(); ++i)
-            if (buf8[i] != (i % 3 == 0 ? 60 : 64) || buf16[i] != buf8[i]) return false;
+            if (buf8[i] != initial(i) || buf16[i] != initial(i)) return false;
         return true;
     }
 };
 
-// Calls call(f) on a fresh fixture: the status, and whether samples changed
-// (writes 1 or 0; -1 not checked).
-template <class Call>
-void expectCall(const std::string& what, ZubStatus want, int writes, Call call) {
-    ArgFixture f;
-    EXPECT_EQ(call(f), want) << what;
-    EXPECT_TRUE(writes < 0 || f.untouched() == (writes == 0)) << what;
-}
-
-// A record with field n null (1..5: srcDst, alpha, beta, thresholds, bS) and a
-// bad step, which must be reported after the null pointer.
-H264DeblockingParams withNull(H264DeblockingParams r, int n) {
-    r.srcDstStep = 0;
-    if (n == 1) r.srcDst = nullptr;
-    if (n == 2) r.alpha = nullptr;
-    if (n == 3) r.beta = nullptr;
-    if (n == 4) r.thresholds = nullptr;
-    if (n == 5) r.bS = nullptr;
-    return r;
-}
-
-using Plain8u = ZubStatus (*)(Zub8u*, Zub32s, const Zub8u*, const Zub8u*, const Zub8u*, const Zub8u*);
-using Mbaff8u = ZubStatus (*)(Zub8u*, Zub32s, Zub8u, Zub8u, const Zub8u*, const Zub8u*);
-using F = ArgFixture;
-
+// Every member, 8u and 16u: null pointers first (checked with alpha 0 and a
+// bad step, which must come later), then the 16u step test (not in chroma
+// MBAFF), then the early returns; the 4:2:2 MBAFF entries are stubs.
 TEST(DeblockArgs, StatusCheckOrderAndNoWriteOnError) {
-    // Plain 8u members test their five pointers, not the step (step 0: every row is row 0).
-    for (Plain8u fn : {zubiFilterDeblockingLuma_VerEdge_H264_8u_C1IR, zubiFilterDeblockingLuma_HorEdge_H264_8u_C1IR,
-                       zubiFilterDeblockingChroma_VerEdge_H264_8u_C1IR,
-                       zubiFilterDeblockingChroma_HorEdge_H264_8u_C1IR}) {
-        for (int n = 0; n < 5; ++n)
-            expectCall("plain null " + std::to_string(n), ZubStatusNullPointer, 0, [&](F& f) {
-                return fn(n == 0 ? nullptr : f.b8(), 40, n == 1 ? nullptr : f.alpha8, n == 2 ? nullptr : f.beta8,
-                          n == 3 ? nullptr : f.tc8, n == 4 ? nullptr : f.bS);
+    static const Zub16u kZero[2] = {0, 0};
+    static const Zub8u kFirstWordZero[16] = {0, 0, 0, 0, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4};
+    for (const Member& m : kMembers)
+        for (bool wide : {false, true}) {
+            SCOPED_TRACE(std::string(m.name) + (wide ? " 16u" : " 8u"));
+            const bool mbaff8u = !wide && (m.kind == LumaMbaff || m.kind == ChromaMbaff);
+            const bool stepTest = wide && m.kind != ChromaMbaff;
+            // edit(r) changes the valid record; writes: 1, 0, or -1 (not checked).
+            auto expect = [&](ZubStatus want, int writes, auto edit) {
+                ArgFixture f;
+                H264DeblockingParams r = f.rec(wide);
+                edit(r);
+                EXPECT_EQ(callRecord(m.kind, wide, &r), want);
+                EXPECT_TRUE(writes < 0 || f.untouched() == (writes == 0));
+            };
+            for (int n = 0; n < 5; ++n)
+                if (!(mbaff8u && (n == 1 || n == 2)))  // the 8u MBAFF alpha and beta are values
+                    expect(ZubStatusNullPointer, 0, [&](H264DeblockingParams& r) {
+                        r.srcDstStep = 0;
+                        r.alpha = n == 1 ? nullptr : kZero;
+                        if (n == 0) r.srcDst = nullptr;
+                        if (n == 2) r.beta = nullptr;
+                        if (n == 3) r.thresholds = nullptr;
+                        if (n == 4) r.bS = nullptr;
+                    });
+            EXPECT_TRUE(!(wide || m.kind >= Chroma422Ver) || callRecord(m.kind, wide, nullptr) == ZubStatusNullPointer);
+            for (int step : {0, -1})
+                expect(stepTest ? ZubStatusBadStep : ZubStatusOk, stepTest ? 0 : -1,
+                       [&](H264DeblockingParams& r) { r.srcDstStep = step; });
+            expect(stepTest ? ZubStatusBadStep : ZubStatusOk, 0, [&](H264DeblockingParams& r) {
+                r.alpha = kZero;
+                r.srcDstStep = 0;
             });
-        for (int step : {0, 40})
-            expectCall("plain step " + std::to_string(step), ZubStatusOk, step ? 1 : -1,
-                       [&](F& f) { return fn(f.b8(), step, f.alpha8, f.beta8, f.tc8, f.bS); });
-    }
-    // MBAFF 8u: null tests, then early returns for alpha = 0 and the first four bS bytes zero.
-    const Zub8u zeroFirst[16] = {0, 0, 0, 0, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4};
-    for (Mbaff8u fn : {zubiFilterDeblockingLuma_VerEdge_MBAFF_H264_8u_C1IR,
-                       zubiFilterDeblockingChroma_VerEdge_MBAFF_H264_8u_C1IR}) {
-        expectCall("mbaff null src", ZubStatusNullPointer, 0, [&](F& f) { return fn(nullptr, 40, 40, 9, f.tc8, f.bS); });
-        expectCall("mbaff null tc0", ZubStatusNullPointer, 0, [&](F& f) { return fn(f.b8(), 40, 0, 9, nullptr, f.bS); });
-        expectCall("mbaff null bS", ZubStatusNullPointer, 0, [&](F& f) { return fn(f.b8(), 40, 0, 9, f.tc8, nullptr); });
-        expectCall("mbaff alpha 0", ZubStatusOk, 0, [&](F& f) { return fn(f.b8(), 40, 0, 9, f.tc8, f.bS); });
-        expectCall("mbaff bS word 0", ZubStatusOk, 0, [&](F& f) { return fn(f.b8(), 40, 40, 9, f.tc8, zeroFirst); });
-        expectCall("mbaff", ZubStatusOk, 1, [&](F& f) { return fn(f.b8(), 40, 40, 9, f.tc8, f.bS); });
-    }
-    // 8u record members: the record and its five pointers, not the step (-40: rows upwards).
-    for (Fn16u fn : {zubiFilterDeblockingChroma422VerEdge_H264_8u_C1IR,
-                     zubiFilterDeblockingChroma422HorEdge_H264_8u_C1IR}) {
-        for (int n = 0; n < 6; ++n)
-            expectCall("8u record null " + std::to_string(n), ZubStatusNullPointer, 0, [&](F& f) {
-                const H264DeblockingParams r = withNull(f.rec8(), n);
-                return fn(n ? &r : nullptr);
-            });
-        expectCall("8u record step -40", ZubStatusOk, 1, [&](F& f) {
-            H264DeblockingParams r = f.rec8();
-            r.srcDstStep = -40;
-            r.srcDst = f.b8() + 15 * 40;
-            return fn(&r);
-        });
-    }
-    // 16u: null tests, then step < 1 (except chroma MBAFF), before the MBAFF alpha = 0 return.
-    for (const Member& m : kMembers) {
-        for (int n = 0; n < 6; ++n)
-            expectCall(std::string(m.name) + " null " + std::to_string(n), ZubStatusNullPointer, 0, [&](F& f) {
-                const H264DeblockingParams r = withNull(f.rec16(), n);
-                return m.fn16(n ? &r : nullptr);
-            });
-        for (int step : {0, -1, -40})
-            expectCall(std::string(m.name) + " step " + std::to_string(step),
-                       m.kind == ChromaMbaff ? ZubStatusOk : ZubStatusBadStep, m.kind == ChromaMbaff ? -1 : 0, [&](F& f) {
-                           H264DeblockingParams r = f.rec16();
-                           r.srcDstStep = step;
-                           return m.fn16(&r);
-                       });
-        for (int step : {40, 0})
-            expectCall(std::string(m.name) + " alpha 0, step " + std::to_string(step),
-                       step || m.kind == ChromaMbaff ? ZubStatusOk : ZubStatusBadStep, 0, [&](F& f) {
-                           const Zub16u zero[2] = {0, 0};
-                           H264DeblockingParams r = f.rec16();
-                           r.alpha = zero;
-                           r.srcDstStep = step;
-                           return m.fn16(&r);
-                       });
-        expectCall(m.name, ZubStatusOk, 1, [&](F& f) {
-            const H264DeblockingParams r = f.rec16();
-            return m.fn16(&r);
-        });
-    }
-    // The 4:2:2 MBAFF entries are stubs.
-    for (Fn16u fn : {zubiFilterDeblockingChroma422VerEdgeMBAFF_H264_8u_C1IR,
-                     zubiFilterDeblockingChroma422VerEdgeMBAFF_H264_16u_C1IR}) {
-        expectCall("stub", ZubStatusNotImplemented, 0, [&](F&) { return fn(nullptr); });
-        expectCall("stub", ZubStatusNotImplemented, 0, [&](F& f) {
-            const H264DeblockingParams r = fn == zubiFilterDeblockingChroma422VerEdgeMBAFF_H264_8u_C1IR ? f.rec8() : f.rec16();
-            return fn(&r);
-        });
-    }
+            expect(ZubStatusOk, 0, [&](H264DeblockingParams& r) { r.alpha = kZero; });
+            if (m.kind == LumaMbaff || m.kind == ChromaMbaff)
+                expect(ZubStatusOk, 0, [&](H264DeblockingParams& r) { r.bS = kFirstWordZero; });
+            expect(ZubStatusOk, 1, [&](H264DeblockingParams&) {});
+        }
+    ArgFixture f;
+    const H264DeblockingParams r8 = f.rec(false), r16 = f.rec(true);
+    EXPECT_EQ(zubiFilterDeblockingChroma422VerEdgeMBAFF_H264_8u_C1IR(&r8), ZubStatusNotImplemented);
+    EXPECT_EQ(zubiFilterDeblockingChroma422VerEdgeMBAFF_H264_8u_C1IR(nullptr), ZubStatusNotImplemented);
+    EXPECT_EQ(zubiFilterDeblockingChroma422VerEdgeMBAFF_H264_16u_C1IR(&r16), ZubStatusNotImplemented);
+    EXPECT_EQ(zubiFilterDeblockingChroma422VerEdgeMBAFF_H264_16u_C1IR(nullptr), ZubStatusNotImplemented);
+    EXPECT_TRUE(f.untouched());
 }
 
 // ---- a decoded picture --------------------------------------------------------------
