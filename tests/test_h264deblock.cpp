@@ -108,7 +108,8 @@ void modelMember(Kind kind, T* blk, ptrdiff_t step, const Thresholds& t, int max
         case Chroma422Ver: {
             const int run = kind == ChromaVer ? 2 : 4;  // rows per bS byte; edge k uses luma edge 2k's bytes
             for (int k = 0; k < 2; ++k)
-                for (int y = 0; y < 4 * run; ++y) line(true, 4 * k, y, false, t.bS[8 * k + y / run], k, t.tc0[4 * k + y / run]);
+                for (int y = 0; y < 4 * run; ++y)
+                    line(true, 4 * k, y, false, t.bS[8 * k + y / run], k, t.tc0[4 * k + y / run]);
             break;
         }
         case ChromaHor:
@@ -245,31 +246,23 @@ void checkAgainstModel(Kind kind, int bitDepth, int iterations, uint32_t seed) {
         const ptrdiff_t blockOffset = kMargin * s + kMargin;
         modelMember(kind, ref.data() + (base - lib.data()) + blockOffset, s, t, maxVal);
         ASSERT_EQ(callMember(kind, base + blockOffset, static_cast<int>(s), t, bitDepth), ZubStatusOk);
-        const auto diff = std::mismatch(lib.begin(), lib.end(), ref.begin());
-        ASSERT_TRUE(diff.first == lib.end()) << "iteration " << it << ", row " << (diff.first - lib.begin()) / step
-                                             << " column " << (diff.first - lib.begin()) % step << ": "
-                                             << +*diff.first << " vs model " << +*diff.second;
+        const auto at = std::mismatch(lib.begin(), lib.end(), ref.begin()).first - lib.begin();
+        ASSERT_TRUE(lib == ref) << "bit depth " << bitDepth << ", iteration " << it << ": first difference at row "
+                                << at / step << " column " << at % step << ", " << +lib[at] << " vs " << +ref[at];
     }
     EXPECT_GT(gCov.filtered * 4, gCov.lines) << "filtering happens often";
     EXPECT_TRUE(gCov.alphaEq && gCov.betaEq && gCov.saturated) << "strict tests met exactly, samples saturated";
     EXPECT_TRUE(!isLuma(kind) || (gCov.apEq && gCov.strongEq && gCov.strongFull && gCov.weakBs4));
 }
 
-TEST(Deblock8u, EveryMemberMatchesModelOnRandomMacroblocks) {
+// Every member against the model: 8u, and 16u at every bit depth 8..14.
+TEST(Deblock, EveryMemberMatchesModelOnRandomMacroblocks) {
     uint32_t seed = 100;
     for (const Member& m : kMembers) {
         SCOPED_TRACE(m.name);
         checkAgainstModel<Zub8u>(m.kind, 8, 2500, seed++);
+        for (int bd = 8; bd <= 14; ++bd) checkAgainstModel<Zub16u>(m.kind, bd, 500, seed++);
     }
-}
-
-TEST(Deblock16u, EveryMemberMatchesModelAtBitDepths8To14) {
-    uint32_t seed = 200;
-    for (const Member& m : kMembers)
-        for (int bd = 8; bd <= 14; ++bd) {
-            SCOPED_TRACE(std::string(m.name) + " bit depth " + std::to_string(bd));
-            checkAgainstModel<Zub16u>(m.kind, bd, 500, seed++);
-        }
 }
 
 // ---- hand-computed lines ------------------------------------------------------
@@ -296,14 +289,12 @@ Line filterLine(Kind kind, const Line& in, const Thresholds& t, int bitDepth) {
     return out;
 }
 
-// Only bS byte 0 and tc0[0] set: the first run of the external edge.
-Thresholds firstRun(int bS, int alpha, int beta, int tc0) {
-    Thresholds t;
-    t.alpha[0] = alpha;
-    t.beta[0] = beta;
-    t.alpha[1] = t.beta[1] = 255;  // internal edges must not matter
-    t.bS[0] = static_cast<uint8_t>(bS);
-    t.tc0[0] = tc0;
+// alpha, beta of the external and the internal edges; the leading bS and tc0 values.
+Thresholds makeThresholds(int alpha0, int beta0, int alpha1, int beta1, std::initializer_list<int> bS,
+                          std::initializer_list<int> tc0) {
+    Thresholds t{{alpha0, alpha1}, {beta0, beta1}, {}, {}};
+    std::copy(bS.begin(), bS.end(), t.bS);
+    std::copy(tc0.begin(), tc0.end(), t.tc0);
     return t;
 }
 
@@ -344,9 +335,8 @@ TEST(DeblockLine, KnownValuesThroughVerAndHorEdges) {
     };
     for (const auto& c : cases)
         for (Kind k : c.luma ? std::array{LumaVer, LumaHor} : std::array{ChromaVer, ChromaHor}) {
-            SCOPED_TRACE(std::string(kMembers[k].name) + " bS " + std::to_string(c.bS) + " alpha " +
-                         std::to_string(c.alpha) + " beta " + std::to_string(c.beta) + " tc0 " + std::to_string(c.tc0));
-            const Thresholds t = firstRun(c.bS, c.alpha, c.beta, c.tc0);
+            SCOPED_TRACE(std::string(kMembers[k].name) + ", case " + std::to_string(&c - cases));
+            const Thresholds t = makeThresholds(c.alpha, c.beta, 255, 255, {c.bS}, {c.tc0});  // internal edges off
             EXPECT_EQ(c.size == 16 ? c.out : filterLine<Zub8u>(k, c.in, t, 8), c.out) << "8u";
             EXPECT_EQ(c.size == 8 ? c.out : filterLine<Zub16u>(k, c.in, t, 10), c.out) << "16u";
         }
@@ -385,10 +375,7 @@ std::string chromaOutcome(Kind kind, const Thresholds& t) {
 }
 
 Thresholds chromaCase(std::initializer_list<int> bS, std::initializer_list<int> tc0) {
-    Thresholds t{{20, 20}, {7, 7}, {}, {}};
-    std::copy(bS.begin(), bS.end(), t.bS);
-    std::copy(tc0.begin(), tc0.end(), t.tc0);
-    return t;
+    return makeThresholds(20, 7, 20, 7, bS, tc0);
 }
 
 TEST(DeblockChroma, EdgeBsAndTc0Indexing) {
@@ -494,73 +481,50 @@ TEST(DeblockArgs, StatusCheckOrderAndNoWriteOnError) {
 // margin, so a read beyond them would show under the sanitizers.
 
 template <class T>
-struct PictureCase {
-    static constexpr int kMbW = 4, kMbH = 3;
-    int chromaRows;  // 8 (4:2:0) or 16 (4:2:2) per macroblock
-    std::vector<T> planes[3];
-    std::vector<std::array<Thresholds, 4>> mbs;  // luma ver, luma hor, chroma ver, chroma hor
-
-    PictureCase(int chromaRowsPerMb, int bitDepth, uint32_t seed) : chromaRows(chromaRowsPerMb) {
-        std::mt19937 rng(seed);
-        auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
-        const int scale = 1 << (bitDepth - 8), maxVal = (1 << bitDepth) - 1;
-        for (int c = 0; c < 3; ++c) {
-            const int w = c ? 8 * kMbW : 16 * kMbW, h = c ? chromaRows * kMbH : 16 * kMbH;
-            std::vector<int> level((w / 4) * (h / 4));
-            for (auto& l : level) l = pick(40, 200) * scale;
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x)
-                    planes[c].push_back(static_cast<T>(std::clamp(
-                        level[(y / 4) * (w / 4) + x / 4] / 4 + 90 * scale + pick(-3, 3) * scale, 0, maxVal)));
-        }
-        for (int mb = 0; mb < kMbW * kMbH; ++mb) {
-            std::array<Thresholds, 4> d;
-            for (int k = 0; k < 4; ++k) {
-                Thresholds& t = d[k];
-                for (int i = 0; i < 2; ++i) t.alpha[i] = pick(8, 60) * scale, t.beta[i] = pick(2, 12) * scale;
-                for (int i = 0; i < 16; ++i) {
-                    t.bS[i] = k >= 2 ? d[k - 2].bS[i] : static_cast<uint8_t>(i < 4 ? pick(0, 4) : pick(0, 3));
-                    t.tc0[i] = pick(0, 6) * scale;
-                }
-                // Edges on the left and top picture border are off.
-                if ((k % 2 == 0 && mb % kMbW == 0) || (k % 2 == 1 && mb < kMbW)) std::fill(t.bS, t.bS + 4, 0);
-            }
-            mbs.push_back(d);
-        }
-    }
-
-    // filter(kind, block origin, step, thresholds) is the library or the model.
-    template <class Filter>
-    void deblock(Filter filter) {
-        const Kind cVer = chromaRows == 8 ? ChromaVer : Chroma422Ver, cHor = chromaRows == 8 ? ChromaHor : Chroma422Hor;
-        for (int mb = 0; mb < kMbW * kMbH; ++mb) {
-            const int mx = mb % kMbW, my = mb / kMbW;
-            T* luma = planes[0].data() + static_cast<size_t>(16 * my) * 16 * kMbW + 16 * mx;
-            const size_t c = static_cast<size_t>(chromaRows * my) * 8 * kMbW + 8 * mx;
-            const auto& d = mbs[mb];
-            filter(LumaVer, luma, 16 * kMbW, d[0]);
-            filter(cVer, planes[1].data() + c, 8 * kMbW, d[2]);
-            filter(cVer, planes[2].data() + c, 8 * kMbW, d[2]);
-            filter(LumaHor, luma, 16 * kMbW, d[1]);
-            filter(cHor, planes[1].data() + c, 8 * kMbW, d[3]);
-            filter(cHor, planes[2].data() + c, 8 * kMbW, d[3]);
-        }
-    }
-};
-
-template <class T>
 void checkPicture(int chromaRows, int bitDepth, uint32_t seed) {
-    const PictureCase<T> input(chromaRows, bitDepth, seed);
-    PictureCase<T> lib = input, model = input;
-    lib.deblock([&](Kind k, T* block, int step, const Thresholds& t) {
-        ASSERT_EQ(callMember(k, block, step, t, bitDepth), ZubStatusOk);
-    });
-    model.deblock([&](Kind k, T* block, int step, const Thresholds& t) {
-        modelMember(k, block, step, t, (1 << bitDepth) - 1);
-    });
+    constexpr int kMbW = 4, kMbH = 3;
+    std::mt19937 rng(seed);
+    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+    const int scale = 1 << (bitDepth - 8), maxVal = (1 << bitDepth) - 1;
+    std::vector<T> input[3];
     for (int c = 0; c < 3; ++c) {
-        EXPECT_EQ(lib.planes[c], model.planes[c]) << "plane " << c;
-        EXPECT_NE(lib.planes[c], input.planes[c]) << "plane " << c << " was filtered";
+        const int w = c ? 8 * kMbW : 16 * kMbW, h = c ? chromaRows * kMbH : 16 * kMbH;
+        std::vector<int> level((w / 4) * (h / 4));
+        for (auto& l : level) l = pick(40, 200) * scale;
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x)
+                input[c].push_back(static_cast<T>(
+                    std::clamp(level[(y / 4) * (w / 4) + x / 4] / 4 + 90 * scale + pick(-3, 3) * scale, 0, maxVal)));
+    }
+    std::vector<T> lib[3] = {input[0], input[1], input[2]}, model[3] = {input[0], input[1], input[2]};
+    const Kind cVer = chromaRows == 8 ? ChromaVer : Chroma422Ver, cHor = chromaRows == 8 ? ChromaHor : Chroma422Hor;
+    for (int mb = 0; mb < kMbW * kMbH; ++mb) {
+        Thresholds d[4];  // luma ver, luma hor; chroma ver, chroma hor with the luma bS of their direction
+        for (int k = 0; k < 4; ++k) {
+            for (int i = 0; i < 2; ++i) d[k].alpha[i] = pick(8, 60) * scale, d[k].beta[i] = pick(2, 12) * scale;
+            for (int i = 0; i < 16; ++i) {
+                d[k].bS[i] = k >= 2 ? d[k - 2].bS[i] : static_cast<uint8_t>(i < 4 ? pick(0, 4) : pick(0, 3));
+                d[k].tc0[i] = pick(0, 6) * scale;
+            }
+            // Edges on the left and top picture border are off.
+            if ((k % 2 == 0 && mb % kMbW == 0) || (k % 2 == 1 && mb < kMbW)) std::fill(d[k].bS, d[k].bS + 4, 0);
+        }
+        const size_t l = (16 * (mb / kMbW)) * 16 * kMbW + 16 * (mb % kMbW);
+        const size_t c = static_cast<size_t>(chromaRows * (mb / kMbW)) * 8 * kMbW + 8 * (mb % kMbW);
+        const struct {
+            Kind kind;
+            int plane, t;
+        } order[6] = {{LumaVer, 0, 0}, {cVer, 1, 2}, {cVer, 2, 2}, {LumaHor, 0, 1}, {cHor, 1, 3}, {cHor, 2, 3}};
+        for (const auto& o : order) {
+            const size_t at = o.plane ? c : l;
+            const int step = o.plane ? 8 * kMbW : 16 * kMbW;
+            ASSERT_EQ(callMember(o.kind, lib[o.plane].data() + at, step, d[o.t], bitDepth), ZubStatusOk);
+            modelMember(o.kind, model[o.plane].data() + at, step, d[o.t], maxVal);
+        }
+    }
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_EQ(lib[c], model[c]) << "plane " << c;
+        EXPECT_NE(lib[c], input[c]) << "plane " << c << " was filtered";
     }
 }
 
