@@ -407,19 +407,14 @@ struct ArgFixture {
     Zub8u alpha8[2] = {40, 40}, beta8[2] = {9, 9}, tc8[16] = {2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2};
     Zub8u bS[16] = {2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2};
     Zub16u alpha16[2] = {40, 40}, beta16[2] = {9, 9}, tc16[16] = {2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2};
-    static Zub8u initial(size_t i) { return i % 3 == 0 ? 60 : 64; }
     ArgFixture() {
-        for (size_t i = 0; i < buf8.size(); ++i) buf8[i] = buf16[i] = initial(i);
+        for (size_t i = 0; i < buf8.size(); ++i) buf8[i] = buf16[i] = i % 3 == 0 ? 60 : 64;
     }
     H264DeblockingParams rec(bool wide) {
         return wide ? H264DeblockingParams{&buf16[8 * 40 + 8], 40, alpha16, beta16, tc16, bS, 10}
                     : H264DeblockingParams{&buf8[8 * 40 + 8], 40, alpha8, beta8, tc8, bS, 8};
     }
-    bool untouched() const {
-        for (size_t i = 0; i < buf8.size(); ++i)
-            if (buf8[i] != initial(i) || buf16[i] != initial(i)) return false;
-        return true;
-    }
+    bool untouched() const { return buf8 == ArgFixture().buf8 && buf16 == ArgFixture().buf16; }
 };
 
 // Every member, 8u and 16u: null pointers first (checked with alpha 0 and a

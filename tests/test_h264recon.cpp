@@ -8,6 +8,7 @@
 #include <cstring>
 #include <iterator>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "zubvc.h"
@@ -61,14 +62,28 @@ int16_t randomLevel(std::mt19937& rng, int qp) {
     return static_cast<int16_t>((rng() & 3) ? v / 8 : v);
 }
 
-// Single blocks, 16s/8u and 32s/16u, at every QP of each bit depth; now and
-// then without AC levels (the DC-only path) or without pCoeffs at all.
+// One block of random prediction inside a picture of step 7 (to catch
+// stride errors): call(pic) against the model.
+template <class Coef, class Pixel, class Call>
+void checkBlock(std::mt19937& rng, const Coef* coef, const Coef* dc, int qp, int maxVal, Call call) {
+    Pixel pic[4 * 7], expect[4 * 7];
+    for (auto& p : pic) p = static_cast<Pixel>(rng() & maxVal);
+    std::memcpy(expect, pic, sizeof pic);
+    const int64_t dc64 = dc ? *dc : 0;
+    addModelResidual(coef, dc ? &dc64 : nullptr, qp, expect, 7, maxVal);
+    ASSERT_EQ(call(pic), ZubStatusOk);
+    ASSERT_EQ(0, std::memcmp(pic, expect, sizeof pic));
+}
+
+// Single blocks, 32s/16u at every QP of bit depths 8 to 14, 16s/8u and the
+// residual-only form at 8 bits; now and then without AC levels (the DC-only
+// path) or without pCoeffs at all.
 TEST(TransformQuantInvAddPred4x4, MatchesModelAtEveryQpAndBitDepth) {
     std::mt19937 rng(7);
-    for (int bitDepth : {8, 9, 10, 14}) {
-        const int maxVal = (1 << bitDepth) - 1;
+    for (int bitDepth : {8, 9, 10, 14})
         for (int qp = 0; qp <= 51 + 6 * (bitDepth - 8); ++qp)
             for (int trial = 0; trial < (bitDepth == 8 ? 200 : 40); ++trial) {
+                SCOPED_TRACE("bit depth " + std::to_string(bitDepth) + " qp " + std::to_string(qp));
                 // Scaled levels up to 2^(bitDepth + 8), the range conforming streams keep to.
                 const int range = ((1 << (bitDepth + 8)) >> (qp / 6 > 4 ? qp / 6 - 4 : 0)) / 464 + 1;
                 Zub32s c32[16];
@@ -77,58 +92,44 @@ TEST(TransformQuantInvAddPred4x4, MatchesModelAtEveryQpAndBitDepth) {
                         bitDepth == 8 ? randomLevel(rng, qp) : static_cast<int>(rng() % (2 * range + 1)) - range;
                     c32[i] = (rng() % 3) || (trial % 5 == 0 && i > 0) ? 0 : level;
                 }
-                const bool withDc = trial & 1, noCoef = withDc && trial % 10 == 1;
-                const Zub32s dc = static_cast<Zub32s>(rng() % 20001) - 10000;
-                const int64_t dc64 = dc;
-                // Prediction inside a wider picture (step 7) to catch stride errors.
-                Zub16u pic[4 * 7], expect[4 * 7];
-                for (auto& p : pic) p = static_cast<Zub16u>(rng() & maxVal);
-                std::memcpy(expect, pic, sizeof pic);
-                addModelResidual(noCoef ? nullptr : c32, withDc ? &dc64 : nullptr, qp, expect, 7, maxVal);
-                ASSERT_EQ(zubiTransformQuantInvAddPred4x4_H264_32s_C1IR(noCoef ? nullptr : c32, withDc ? &dc : nullptr,
-                                                                        pic, 7, qp, bitDepth),
-                          ZubStatusOk);
-                ASSERT_EQ(0, std::memcmp(pic, expect, sizeof pic)) << bitDepth << " qp " << qp << " trial " << trial;
-                if (bitDepth > 8) continue;
-                // The 16s/8u form and the residual-only form.
-                Zub16s coef[16], res[16];
-                Zub8u pic8[4 * 7], expect8[4 * 7];
+                const Zub32s dc = static_cast<Zub32s>(rng() % 20001) - 10000, *pDc = trial & 1 ? &dc : nullptr;
+                const Zub32s* pCoef = pDc && trial % 10 == 1 ? nullptr : c32;
+                checkBlock<Zub32s, Zub16u>(rng, pCoef, pDc, qp, (1 << bitDepth) - 1, [&](Zub16u* pic) {
+                    return zubiTransformQuantInvAddPred4x4_H264_32s_C1IR(pCoef, pDc, pic, 7, qp, bitDepth);
+                });
+                if (bitDepth > 8 || HasFailure()) continue;
+                Zub16s coef[16], dc16 = static_cast<Zub16s>(dc / 5);
                 for (int i = 0; i < 16; ++i) coef[i] = static_cast<Zub16s>(c32[i]);
-                for (int i = 0; i < 4 * 7; ++i) pic8[i] = static_cast<Zub8u>(rng());
-                std::memcpy(expect8, pic8, sizeof pic8);
-                const Zub16s dc16 = static_cast<Zub16s>(dc / 5);
-                const int64_t dc16w = dc16;
-                addModelResidual(noCoef ? nullptr : coef, withDc ? &dc16w : nullptr, qp, expect8, 7);
-                ASSERT_EQ(zubiTransformQuantInvAddPred4x4_H264_16s_C1IR(noCoef ? nullptr : coef,
-                                                                        withDc ? &dc16 : nullptr, pic8, 7, qp),
-                          ZubStatusOk);
-                ASSERT_EQ(0, std::memcmp(pic8, expect8, sizeof pic8)) << "qp " << qp << " trial " << trial;
-                int64_t c64[16], r[16];
-                for (int i = 0; i < 16; ++i) c64[i] = res[i] = coef[i];
-                modelResidual(c64, withDc ? &dc16w : nullptr, qp, r);
-                ASSERT_EQ(zubiDequantTransformResidual_H264_16s_C1I(res, withDc ? &dc16 : nullptr, qp), ZubStatusOk);
-                for (int i = 0; i < 16; ++i) ASSERT_EQ(res[i], r[i]) << "qp " << qp << " pos " << i;
+                const Zub16s *pCoef16 = pCoef ? coef : nullptr, *pDc16 = pDc ? &dc16 : nullptr;
+                checkBlock<Zub16s, Zub8u>(rng, pCoef16, pDc16, qp, 255, [&](Zub8u* pic) {
+                    return zubiTransformQuantInvAddPred4x4_H264_16s_C1IR(pCoef16, pDc16, pic, 7, qp);
+                });
+                int64_t c64[16], r[16], dc64 = dc16;
+                for (int i = 0; i < 16; ++i) c64[i] = coef[i];
+                modelResidual(c64, pDc ? &dc64 : nullptr, qp, r);
+                ASSERT_EQ(zubiDequantTransformResidual_H264_16s_C1I(coef, pDc16, qp), ZubStatusOk);
+                for (int i = 0; i < 16; ++i) ASSERT_EQ(coef[i], r[i]) << "residual at " << i;
             }
-    }
 }
 
 // Position of luma4x4BlkIdx n: Figure 6-10 read plainly.
-void lumaBlockPos(int n, int& x, int& y) {
-    static const int px[16] = {0, 4, 0, 4, 8, 12, 8, 12, 0, 4, 0, 4, 8, 12, 8, 12};
-    static const int py[16] = {0, 0, 4, 4, 0, 0, 4, 4, 8, 8, 12, 12, 8, 8, 12, 12};
-    x = px[n];
-    y = py[n];
-}
+const int kBlockX[16] = {0, 4, 0, 4, 8, 12, 8, 12, 0, 4, 0, 4, 8, 12, 8, 12};
+const int kBlockY[16] = {0, 0, 4, 4, 0, 0, 4, 4, 8, 8, 12, 12, 8, 8, 12, 12};
 
 // Neighbour flags of luma4x4BlkIdx n from the macroblock's (clause 6.4.11.4):
 // above-right never for blocks 3, 7, 11, 13, 15, from the macroblock
 // above-right for block 5 and from the one above for blocks 0, 1 and 4.
 int modelIntra4x4Flags(int n, int mb) {
-    int x, y;
-    lumaBlockPos(n, x, y);
+    const int x = kBlockX[n], y = kBlockY[n];
     const bool aboveLeft = (x > 0 && y > 0) || (x > 0 && (mb & 1)) || (y > 0 && (mb & 2)) || (x + y == 0 && (mb & 32));
     const bool aboveRight = n == 0 || n == 1 || n == 4 ? (mb & 1) : n == 5 ? (mb & 64) : n % 2 == 0 || n == 9;
     return (y > 0 || (mb & 1) ? 1 : 0) | (x > 0 || (mb & 2) ? 2 : 0) | (aboveLeft ? 32 : 0) | (aboveRight ? 64 : 0);
+}
+
+std::vector<Zub8u> randomBytes(std::mt19937& rng, size_t n) {
+    std::vector<Zub8u> v(n);
+    for (auto& b : v) b = static_cast<Zub8u>(rng());
+    return v;
 }
 
 // Packed coefficients of the blocks set in the low `blocks` bits of cbp, plus
@@ -139,8 +140,7 @@ std::vector<Zub16s> packedCoefs(std::mt19937& rng, Zub32u cbp, int blocks, int q
         if (cbp & (1u << n))
             for (int i = 0; i < 16; ++i)
                 coefs.push_back(i == 0 && separateDc ? static_cast<Zub16s>(rng())
-                                : (rng() % 4)         ? 0
-                                                      : randomLevel(rng, qp));
+                                                     : (rng() % 4) ? 0 : randomLevel(rng, qp));
     coefs.resize(coefs.size() + 16, 0);
     return coefs;
 }
@@ -161,15 +161,12 @@ TEST(ReconstructLumaMB, InterIntra4x4AndIntra16x16MatchModel) {
         Zub16s dc[16];
         for (auto& d : dc) d = static_cast<Zub16s>((rng() % 2) ? 0 : static_cast<int>(rng() % 4001) - 2000);
         std::vector<Zub16s> coefs = packedCoefs(rng, cbp, 16, qp, kind == 2);
-        std::vector<Zub8u> pic(48 * step);
-        for (auto& p : pic) p = static_cast<Zub8u>(rng());
-        std::vector<Zub8u> expect = pic;
+        std::vector<Zub8u> pic = randomBytes(rng, 48 * step), expect = pic;
         Zub8u* mb = &expect[16 * step + 16];
         ASSERT_EQ(kind == 2 ? zubiPredictIntra_16x16_H264_8u_C1IR(mb, step, mode16, avail) : ZubStatusOk, ZubStatusOk);
         size_t k = 0;
         for (int n = 0; n < 16; ++n) {
-            int x, y;
-            lumaBlockPos(n, x, y);
+            const int x = kBlockX[n], y = kBlockY[n];
             Zub8u* d = mb + y * step + x;
             const int flags = modelIntra4x4Flags(n, avail);
             ASSERT_GE(kind == 1 ? zubiPredictIntra_4x4_H264_8u_C1IR(d, step, modes[n], flags) : ZubStatusOk, 0);
@@ -204,10 +201,7 @@ TEST(ReconstructChromaMB, InterAndIntraMatchModel) {
         Zub16s dc[8];
         for (auto& d : dc) d = static_cast<Zub16s>((rng() % 2) ? 0 : static_cast<int>(rng() % 3001) - 1500);
         std::vector<Zub16s> coefs = packedCoefs(rng, cbp, 8, qpU, true);
-        std::vector<Zub8u> u(24 * step), v(24 * step);
-        for (auto& s : u) s = static_cast<Zub8u>(rng());
-        for (auto& s : v) s = static_cast<Zub8u>(rng());
-        std::vector<Zub8u> eu = u, ev = v;
+        std::vector<Zub8u> u = randomBytes(rng, 24 * step), v = randomBytes(rng, 24 * step), eu = u, ev = v;
         const size_t at = 8 * step + 8;
         if (intra) {
             ASSERT_EQ(zubiPredictIntraChroma8x8_H264_8u_C1IR(&eu[at], step, mode, avail), ZubStatusOk);
