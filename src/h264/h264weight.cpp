@@ -113,20 +113,17 @@ struct BiWeight8 {
 };
 
 // ClampTbl[((s1 w1 + r + s2 w2) >> logWD) + offset + 256], r as UniWeight.
-// The table covers -256..511; values beyond it are first brought to its ends
-// so that every input reads inside the table (and saturates as it should).
+// Values beyond the table's -256..511 take its end entries, so the lookup is
+// saturation to 0..255 for every input; it is computed as such, which the
+// compiler vectorises where a table lookup per sample would not.
 struct TableAverage {
     uint32_t w1, w2, o, round;
     int shift;
     TableAverage(int logWD, int w1_, int w2_, int offset)
         : w1(u32(w1_)), w2(u32(w2_)), o(u32(offset)), round(halfRound(logWD)), shift(logWD & 31) {}
-    // The table index; the walkers form a row of indices (which vectorises)
-    // before looking them up.
-    int32_t index(int a, int b) const {
-        const int32_t v = s32(u32(s32(u32(a) * w1 + round + u32(b) * w2) >> shift) + o);
-        return (v < -256 ? -256 : (v > 511 ? 511 : v)) + 256;
+    int operator()(int a, int b) const {
+        return zub::clip(s32(u32(s32(u32(a) * w1 + round + u32(b) * w2) >> shift) + o), 255);
     }
-    int operator()(int a, int b) const { return ClampTbl[index(a, b)]; }
 };
 
 // Row walkers.  W > 0 is a fixed width whose rows are read whole into local
@@ -143,15 +140,8 @@ void blendRows(const T* s1, int st1, const T* s2, int st2, T* d, int sd, int wid
             T ra[W], rb[W], out[W];
             std::memcpy(ra, a, sizeof ra);
             std::memcpy(rb, b, sizeof rb);
-            if constexpr (requires { op.index(0, 0); }) {
-                int32_t idx[W];
 #pragma GCC unroll 1  // keep the loop for the vectoriser
-                for (int x = 0; x < W; ++x) idx[x] = op.index(ra[x], rb[x]);
-                for (int x = 0; x < W; ++x) out[x] = ClampTbl[idx[x]];
-            } else {
-#pragma GCC unroll 1  // keep the loop for the vectoriser
-                for (int x = 0; x < W; ++x) out[x] = static_cast<T>(op(ra[x], rb[x]));
-            }
+            for (int x = 0; x < W; ++x) out[x] = static_cast<T>(op(ra[x], rb[x]));
             std::memcpy(r, out, sizeof out);
         } else {
             for (int x = 0; x < width; ++x) r[x] = static_cast<T>(op(a[x], b[x]));
@@ -282,8 +272,15 @@ ZubStatus zubiWeightedAverage_H264_8u_C1IR(const Zub8u* pSrc1, Zub8u* pSrc2Dst, 
     if (!pSrc1 || !pSrc2Dst) return ZubStatusNullPointer;
     if (step < roiSize.width) return ZubStatusBadStep;
     if (!sizeS16(roiSize)) return ZubStatusBadSize;
-    blend(pSrc1, step, static_cast<const Zub8u*>(pSrc2Dst), step, pSrc2Dst, step, roiSize.width, roiSize.height,
-          TableAverage(logWD, w1, w2, offset));
+    const Zub8u* s2 = pSrc2Dst;
+    // (A + B + 2^(logWD-1)) >> logWD is BiWeight8's sum at logWD - 1, which
+    // forms it in 16-bit lanes for weights and offsets inside H.264's ranges.
+    if (narrowWeight(w1) && narrowWeight(w2) && narrowParams(logWD - 1, offset))
+        blend(pSrc1, step, s2, step, pSrc2Dst, step, roiSize.width, roiSize.height,
+              BiWeight8(logWD - 1, w1, w2, offset));
+    else
+        blend(pSrc1, step, s2, step, pSrc2Dst, step, roiSize.width, roiSize.height,
+              TableAverage(logWD, w1, w2, offset));
     return ZubStatusOk;
 }
 
