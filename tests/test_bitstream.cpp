@@ -19,35 +19,31 @@ uint32_t refBits(const std::vector<uint8_t>& b, size_t pos, int n) {
     return v;
 }
 
+// Every read length at every bit offset, within a word and across words:
+// peek, read and read1 take the right bits and leave the cursor after them;
+// giving the bits back restores the starting cursor.
 TEST(WordCursor, ReadsOfEveryLengthAtEveryOffset) {
     std::mt19937 rng(1);
     std::vector<uint8_t> bytes(64);
     for (auto& b : bytes) b = static_cast<uint8_t>(rng());
     const auto words = zubtools::bytesToWords(bytes.data(), bytes.size());
+    auto at = [&](const zub::WordCursor& c, size_t bitPos) {
+        const auto pos = zubtools::wordPosAfter(bitPos);
+        return c.w == words.data() + pos.word && c.off == static_cast<int32_t>(pos.offset);
+    };
     for (int start = 0; start < 64; ++start) {
+        zub::WordCursor c(words.data() + start / 32, 31 - start % 32);
+        EXPECT_EQ(c.read1(), refBits(bytes, start, 1)) << start;
+        EXPECT_TRUE(at(c, start + 1)) << start;
         for (int n = 1; n <= 32; ++n) {
-            zub::WordCursor c(words.data() + start / 32, 31 - start % 32);
+            c = zub::WordCursor(words.data() + start / 32, 31 - start % 32);
             EXPECT_EQ(c.peek(n), refBits(bytes, start, n)) << start << " " << n;
             EXPECT_EQ(c.read(n), refBits(bytes, start, n)) << start << " " << n;
-            const auto pos = zubtools::wordPosAfter(start + n);
-            EXPECT_EQ(c.w, words.data() + pos.word);
-            EXPECT_EQ(c.off, static_cast<int32_t>(pos.offset));
-            // Giving the bits back restores the starting cursor, across words too.
+            EXPECT_TRUE(at(c, start + n)) << start << " " << n;
             c.giveBack(n);
-            EXPECT_EQ(c.w, words.data() + start / 32);
-            EXPECT_EQ(c.off, 31 - start % 32);
+            EXPECT_TRUE(at(c, start)) << start << " " << n;
         }
     }
-}
-
-TEST(WordCursor, ReadEndingAtBitZeroMovesToNextWord) {
-    const uint32_t w[3] = {0x00000003u, 0x80000000u, 0};
-    zub::WordCursor c(w, 1);
-    EXPECT_EQ(c.read(2), 3u);
-    EXPECT_EQ(c.w, w + 1);
-    EXPECT_EQ(c.off, 31);
-    EXPECT_EQ(c.read1(), 1u);
-    EXPECT_EQ(c.off, 30);
 }
 
 // A two-level table: 2 bits at the top, prefix 00 links to a 2-bit sub-table.
@@ -64,165 +60,98 @@ const int32_t kTable[] = {
 
 TEST(CodeTable, WalkGivesBackAndRestoresOnInvalid) {
     BitWriter bw;
-    bw.put(0b1, 1);
-    bw.put(0b01, 2);
-    bw.put(0b0001, 4);
-    bw.put(0b0000, 4);
+    bw.put(0b1'01'0001'0000, 11);
     const auto words = bw.words();
     zub::WordCursor c(words.data(), 31);
     uint32_t v = 0;
-    ASSERT_TRUE(zub::walkCodeTable(c, kTable, v));
-    EXPECT_EQ(v, 10u);
-    EXPECT_EQ(c.off, 30);
-    ASSERT_TRUE(zub::walkCodeTable(c, kTable, v));
-    EXPECT_EQ(v, 20u);
-    ASSERT_TRUE(zub::walkCodeTable(c, kTable, v));
-    EXPECT_EQ(v, 30u);
-    EXPECT_EQ(c.off, 24);
+    for (auto [want, off] : {std::pair{10u, 30}, {20u, 28}, {30u, 24}}) {
+        ASSERT_TRUE(zub::walkCodeTable(c, kTable, v));
+        EXPECT_EQ(v, want);
+        EXPECT_EQ(c.off, off);
+    }
     EXPECT_FALSE(zub::walkCodeTable(c, kTable, v));
     EXPECT_EQ(c.off, 24);
     EXPECT_EQ(c.w, words.data());
 }
 
 TEST(ByteCursor, ReadsAndPeek8) {
-    const uint8_t b[] = {0xA5, 0x3C, 0xFF, 0x01, 0x80, 0, 0, 0};
-    std::vector<uint8_t> v(b, b + 8);
+    const std::vector<uint8_t> b = {0xA5, 0x3C, 0xFF, 0x01, 0x80, 0, 0, 0};
     for (uint32_t off = 0; off < 8; ++off) {
-        zub::ByteCursor c(b, off);
-        EXPECT_EQ(c.peek8(), refBits(v, off, 8));
-        EXPECT_EQ(c.read(11), refBits(v, off, 11));
-        EXPECT_EQ(c.p, b + (off + 11) / 8);
+        zub::ByteCursor c(b.data(), off);
+        EXPECT_EQ(c.peek8(), refBits(b, off, 8));
+        EXPECT_EQ(c.read(11), refBits(b, off, 11));
+        EXPECT_EQ(c.p, b.data() + (off + 11) / 8);
         EXPECT_EQ(c.off, (off + 11) % 8);
-        EXPECT_EQ(c.read(13), refBits(v, off + 11, 13));
+        EXPECT_EQ(c.read(13), refBits(b, off + 11, 13));
     }
 }
 
+// Writes of random lengths starting at every offset of a byte of ones: the
+// bits before the offset are kept, the written ones follow, the rest of the
+// last byte touched is cleared, and no byte past it is touched.
 TEST(ByteWriter, WritesStartingMidByte) {
-    // 10 bits at offset 7: the cursor ends two bytes on with offset 1; the
-    // first byte keeps its seven used bits, the third has its low seven bits 0.
-    uint8_t buf[4] = {0xFF, 0xFF, 0xFF, 0xFF};
-    zub::ByteWriter w(buf, 7);
-    w.put(0x2AA, 10);  // 10 1010 1010
-    EXPECT_EQ(w.p, buf + 2);
-    EXPECT_EQ(w.off, 1u);
-    EXPECT_EQ(buf[0], 0xFF);  // 1111111 + first bit 1
-    EXPECT_EQ(buf[1], 0x55);  // 0101 0101
-    EXPECT_EQ(buf[2], 0x00);  // last bit 0, rest cleared
-    EXPECT_EQ(buf[3], 0xFF);  // never reached
-
-    // A sequence of writes of random lengths equals the reference bit string.
     std::mt19937 rng(3);
-    std::vector<uint8_t> out(256, 0xCC);
-    std::vector<uint8_t> ref(256, 0);
-    size_t pos = 5;
-    out[0] = 0xF8;  // five used bits
-    ref[0] = 0xF8;
-    zub::ByteWriter bw(out.data(), 5);
-    for (int i = 0; i < 60; ++i) {
-        int n = static_cast<int>(rng() % 25);
-        uint32_t v = rng() & zub::bitMask(n);
-        bw.put(v, n);
-        for (int k = n - 1; k >= 0; --k, ++pos)
-            if ((v >> k) & 1u) ref[pos / 8] |= static_cast<uint8_t>(0x80u >> (pos % 8));
-    }
-    EXPECT_EQ(static_cast<size_t>(bw.p - out.data()) * 8 + bw.off, pos);
-    for (size_t i = 0; i <= pos / 8; ++i) EXPECT_EQ(out[i], ref[i]) << i;
-}
-
-struct EgCase {
-    uint32_t code;
-    size_t start;  // bit position of the code in the stream
-};
-
-TEST(ExpGolomb, EveryPrefixLengthAtEveryWordPosition) {
-    // Codes with prefixes of 0..31 zeros (suffix up to 31 bits), placed after
-    // padding of every length so that prefixes and suffixes straddle words.
-    std::mt19937 rng(5);
-    BitWriter bw;
-    std::vector<EgCase> cases;
-    for (int pad = 0; pad < 32; ++pad) {
-        for (int lz = 0; lz <= 31; ++lz) {
-            bw.put(rng() & zub::bitMask(pad % 7), pad % 7);  // filler read as a fixed field
-            uint64_t lo = (uint64_t{1} << lz) - 1, span = uint64_t{1} << lz;
-            uint32_t code = static_cast<uint32_t>(lo + (rng() % span));
-            if (lz == 31 && pad == 0) code = 0xFFFFFFFEu;  // the largest 63-bit code
-            cases.push_back({code, bw.bitCount()});
-            bw.ue(code);
+    for (uint32_t start = 0; start < 8; ++start) {
+        std::vector<uint8_t> out(64, 0xFF), ref(64, 0);
+        ref[0] = static_cast<uint8_t>(~(0xFFu >> start));
+        size_t pos = start;
+        zub::ByteWriter bw(out.data(), start);
+        for (int i = 0; i < 20; ++i) {
+            const int n = static_cast<int>(rng() % 25);
+            const uint32_t v = rng() & zub::bitMask(n);
+            bw.put(v, n);
+            for (int k = n - 1; k >= 0; --k, ++pos)
+                if ((v >> k) & 1u) ref[pos / 8] |= static_cast<uint8_t>(0x80u >> (pos % 8));
+            ASSERT_EQ(static_cast<size_t>(bw.p - out.data()) * 8 + bw.off, pos);
+            ASSERT_EQ(out[(pos + 7) / 8], 0xFF) << "written past the cursor's byte";
+            for (size_t j = 0; j < (pos + 7) / 8; ++j) ASSERT_EQ(out[j], ref[j]) << start << " " << i << " " << j;
         }
     }
-    const auto words = bw.words();
-    const Zub32u* cur = words.data();
-    Zub32u off = 31;
-    size_t i = 0;
-    for (int pad = 0; pad < 32; ++pad) {
-        for (int lz = 0; lz <= 31; ++lz, ++i) {
-            const auto at = zubtools::wordPosAfter(cases[i].start - pad % 7);
-            ASSERT_EQ(cur, words.data() + at.word);
-            ASSERT_EQ(off, at.offset);
-            zub::WordCursor skipper(cur, off);
-            skipper.skip(pad % 7);
-            skipper.store(&cur, &off);
+}
+
+// ue(v) of every prefix length 0..31 (suffixes up to 31 bits) starting at every
+// bit offset, so that codes straddle one or two word boundaries; the bits after
+// the code are random.  The value is kept to 16 bits.
+TEST(ExpGolomb, EveryPrefixLengthAtEveryOffset) {
+    std::mt19937 rng(5);
+    for (int lz = 0; lz <= 31; ++lz)
+        for (int start = 0; start < 32; ++start) {
+            uint32_t code = static_cast<uint32_t>((uint64_t{1} << lz) - 1 + rng() % (uint64_t{1} << lz));
+            if (lz == 31 && start == 0) code = 0xFFFFFFFEu;  // the largest 63-bit code
+            BitWriter bw;
+            bw.put(rng(), start);
+            bw.ue(code);
+            bw.put(rng(), 32);
+            const auto words = bw.words();
+            const Zub32u* cur = words.data();
+            Zub32u off = 31 - start;
             Zub16s v = 0;
             ASSERT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&cur, &off, &v, 0), ZubStatusOk);
-            EXPECT_EQ(static_cast<uint16_t>(v), static_cast<uint16_t>(cases[i].code)) << pad << " " << lz;
-            const size_t end = cases[i].start + 2 * lz + 1;
-            const auto pos = zubtools::wordPosAfter(end);
-            EXPECT_EQ(cur, words.data() + pos.word) << pad << " " << lz;
-            EXPECT_EQ(off, pos.offset) << pad << " " << lz;
+            EXPECT_EQ(static_cast<uint16_t>(v), static_cast<uint16_t>(code)) << lz << " " << start;
+            const auto end = zubtools::wordPosAfter(start + 2 * lz + 1);
+            EXPECT_EQ(cur, words.data() + end.word) << lz << " " << start;
+            EXPECT_EQ(off, end.offset) << lz << " " << start;
         }
-    }
 }
 
-TEST(ExpGolomb, SignedMappingAndShortCodes) {
-    // 1 -> 0; 010 -> 1 / +1; 011 -> 2 / -1; 00100 -> 3 / +2; 00101 -> 4 / -2.
+// se(v) with any non-zero flag: code k maps to (k + 1) / 2 for odd k, -k / 2
+// for even k (H.264 clause 9.1.1).
+TEST(ExpGolomb, SignedMapping) {
+    const int values[] = {0, 1, -1, 2, -2, 3, -3, 1000, -1000, 32767, -32768};
     BitWriter bw;
-    for (int rep = 0; rep < 2; ++rep) {
-        bw.put(0b1, 1);
-        bw.put(0b010, 3);
-        bw.put(0b011, 3);
-        bw.put(0b00100, 5);
-        bw.put(0b00101, 5);
-    }
-    bw.se(-32768);
-    bw.se(32767);
-    bw.ue(65535);
-    bw.ue(65536);  // wider than 16 bits: truncated to 0
+    for (int v : values) bw.se(v);
     const auto words = bw.words();
     const Zub32u* cur = words.data();
     Zub32u off = 31;
-    Zub16s v;
-    const int expectUnsigned[] = {0, 1, 2, 3, 4};
-    const int expectSigned[] = {0, 1, -1, 2, -2};
-    for (int k : expectUnsigned) {
-        ASSERT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&cur, &off, &v, 0), ZubStatusOk);
-        EXPECT_EQ(v, k);
+    for (int i = 0; i < 11; ++i) {
+        Zub16s v = 0;
+        ASSERT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&cur, &off, &v, static_cast<Zub8u>(1 + i % 2 * 6)), ZubStatusOk);
+        EXPECT_EQ(v, values[i]);
     }
-    EXPECT_EQ(off, 31u - 17u);
-    for (int k : expectSigned) {
-        ASSERT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&cur, &off, &v, 1), ZubStatusOk);
-        EXPECT_EQ(v, k);
-    }
-    ASSERT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&cur, &off, &v, 1), ZubStatusOk);
-    EXPECT_EQ(v, -32768);
-    ASSERT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&cur, &off, &v, 7), ZubStatusOk);
-    EXPECT_EQ(v, 32767);
-    ASSERT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&cur, &off, &v, 0), ZubStatusOk);
-    EXPECT_EQ(static_cast<uint16_t>(v), 65535);
-    ASSERT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&cur, &off, &v, 0), ZubStatusOk);
-    EXPECT_EQ(v, 0);
 }
 
-TEST(ExpGolomb, OffsetZeroAdvancesWord) {
-    const uint32_t w[3] = {0x00000001u, 0, 0};  // bit 0 of word 0 is 1
-    const Zub32u* cur = w;
-    Zub32u off = 0;
-    Zub16s v = 5;
-    ASSERT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&cur, &off, &v, 0), ZubStatusOk);
-    EXPECT_EQ(v, 0);
-    EXPECT_EQ(cur, w + 1);
-    EXPECT_EQ(off, 31u);
-}
-
+// Null pointers first (a null current word too, before the bad offset), then
+// offsets beyond 31: nothing is written on an error.
 TEST(ExpGolomb, ChecksInOrderAndLeaveEverythingUntouched) {
     const uint32_t w[2] = {0x80000000u, 0};
     const Zub32u* cur = w;
@@ -232,7 +161,7 @@ TEST(ExpGolomb, ChecksInOrderAndLeaveEverythingUntouched) {
     EXPECT_EQ(zubiDecodeExpGolombOne_H264_1u16s(nullptr, &off, &v, 0), ZubStatusNullPointer);
     EXPECT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&cur, nullptr, &v, 0), ZubStatusNullPointer);
     EXPECT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&cur, &off, nullptr, 0), ZubStatusNullPointer);
-    off = 40;  // a null current word is reported before the bad offset
+    off = 40;
     EXPECT_EQ(zubiDecodeExpGolombOne_H264_1u16s(&nul, &off, &v, 0), ZubStatusNullPointer);
     for (Zub32u bad : {32u, 0xFFFFFFFFu}) {
         off = bad;
