@@ -87,8 +87,10 @@ ZUBVC_API int32_t i_min_version;  /* 0; exported for clients, never read */
  * (no hook is called then) or when i_malloc fails.  The hook receives
  * len + 32 + sizeof(void*) bytes - len + 36 on x86-32 - and the raw address it
  * returned is stored in the pointer-sized word immediately before the block
- * (a 32-bit word on x86-32, a 64-bit word on x86-64).  The block starts
- * between sizeof(void*) and sizeof(void*) + 31 bytes after the raw address. */
+ * (a 32-bit word on x86-32, a 64-bit word on x86-64).  The block is the raw
+ * address plus 31 + sizeof(void*) rounded down to a multiple of 32 (raw + 35
+ * on x86-32), so it starts between sizeof(void*) and sizeof(void*) + 31 bytes
+ * after the raw address. */
 ZUBVC_API Zub8u* zubsMalloc_8u(int len);
 ZUBVC_API Zub8s* zubsMalloc_8s(int len);
 /* Release a block of zubsMalloc_8u/_8s through i_free; null is ignored. */

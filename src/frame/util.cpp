@@ -17,15 +17,19 @@ int32_t i_min_version = 0;
 
 namespace {
 
-// The raw address lives in the pointer-sized word before the block, so the
-// slack is 31 bytes of alignment plus that word: 36 bytes on x86-32.
-constexpr size_t kSlack = 31 + sizeof(void*);
+// The raw address lives in the pointer-sized word before the block.  The
+// hook is asked for 32 bytes plus that word more than the caller wants
+// (len + 36 on x86-32), and the block is the raw address plus 31 plus that
+// word rounded down to 32 (raw + 35 on x86-32), so it lies 4..35 bytes past
+// the raw address there and the requested bytes fit behind it.
+constexpr size_t kRequestSlack = 32 + sizeof(void*);
+constexpr size_t kAlignSlack = 31 + sizeof(void*);
 
 void* alignedAlloc(int len) {
     if (len < 1) return nullptr;
-    void* raw = i_malloc(static_cast<size_t>(len) + kSlack);
+    void* raw = i_malloc(static_cast<size_t>(len) + kRequestSlack);
     if (!raw) return nullptr;
-    uintptr_t block = (reinterpret_cast<uintptr_t>(raw) + kSlack) & ~uintptr_t{31};
+    uintptr_t block = (reinterpret_cast<uintptr_t>(raw) + kAlignSlack) & ~uintptr_t{31};
     void* p = reinterpret_cast<void*>(block);
     std::memcpy(static_cast<char*>(p) - sizeof(void*), &raw, sizeof(void*));
     return p;
