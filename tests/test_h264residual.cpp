@@ -9,12 +9,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "../src/common/bitstream.h"
 #include "zubvc.h"
 #include "zubvc_tools/bitwriter.h"
 #include "zubvc_tools/h264cavlc.h"
@@ -37,108 +35,94 @@ int blockSize(Kind kind) { return kind == Kind::Block4x4 ? 16 : kind == Kind::Dc
 
 // Caller tables other than the standard ones.
 const Zub32s* const kNoTables[16] = {};
-// Every coeff_token invalid (one bit looked up).
-const Zub32s kAllInvalid[] = {1, static_cast<Zub32s>(0xF0F1u << 8), static_cast<Zub32s>(0xF0F1u << 8)};
-// run_before for zerosLeft 2: "1" is run 0; "0x" is invalid and gives one bit back.
-const Zub32s kRunWithGiveBack[] = {2, static_cast<Zub32s>(0xF0F1u << 8 | 1), static_cast<Zub32s>(0xF0F1u << 8 | 1), 1,
-                                   1};
+// Every coeff_token invalid (one bit looked up); run_before for zerosLeft 2
+// where "1" is run 0 and "0x" is invalid and gives one bit back.
+constexpr Zub32s kInvalid = static_cast<Zub32s>(0xF0F1u << 8);
+const Zub32s kAllInvalid[] = {1, kInvalid, kInvalid};
+const Zub32s kRunWithGiveBack[] = {2, kInvalid | 1, kInvalid | 1, 1, 1};
 const Zub32s* const kRunsWithGiveBack[16] = {nullptr, nullptr, kRunWithGiveBack};
-enum class Tables {
-    Standard,
-    NoCoeffToken,
-    InvalidCoeffToken,
-    PartialCoeffToken,
-    NoTotalZeros,
-    GiveBackRun,
-    NoRun,
-    None
-};
+enum Tables { kStd, kNoToken, kBadToken, kPartToken, kNoTotalZeros, kGiveBackRun, kNoRun };
 
 // One decoder call: the stream, every argument (valid by default) and the
-// caller's state around it.  The error tests replace arguments one at a time.
+// caller's state around it.
 template <class T>
 struct Call {
     Kind kind;
     std::vector<uint32_t> words;  // the data and exactly one readable word after it
     int pad;
     const Zub32u* word;
-    Zub32u off;
-    Zub16s count = -1;
-    T block[16];
-    T* coeffs = block;
-    Zub32u nC = 0;
-    Zub16s maxCount = 16;
-    const Zub32s* const* ct = h264CavlcTables().coeffToken;
+    Zub32u off, nC = 0;
+    Zub16s count = -1, maxCount = 16;
+    T block[16], *coeffs = block;
+    const Zub32s *const *ct = h264CavlcTables().coeffToken, *const *tz, *const *rb = h264CavlcTables().runBefore;
     const Zub32s* ctDc;
-    const Zub32s* const* tz;
-    const Zub32s* const* rb = h264CavlcTables().runBefore;
     const Zub32u* scan = kZigzag;
-    const Zub32u* nullWord = nullptr;
-    T* nullCoeffs = nullptr;
-    const Zub32u** pWord = &word;
-    Zub32u* pOff = &off;
-    Zub16s* pCount = &count;
-    T** pCoeffs = &coeffs;
 
-    Call(Kind k, const BitWriter& bw, int startPad = 0, Tables tables = Tables::Standard)
+    Call(Kind k, const BitWriter& bw, int startPad = 0, Tables tables = kStd)
         : kind(k), words(bw.words(1)), pad(startPad), word(words.data()), off(31u - startPad) {
         const auto& t = h264CavlcTables();
         ctDc = k == Kind::Dc2x2 ? t.coeffTokenChromaDc : t.coeffTokenChromaDc422;
         tz = k == Kind::Block4x4 ? t.totalZeros : k == Kind::Dc2x2 ? t.totalZerosChromaDc : t.totalZerosChromaDc422;
         std::fill(block, block + 16, static_cast<T>(kSentinel));
         static const Zub32s* const partial[3] = {t.coeffToken[0], nullptr, t.coeffToken[2]};
-        if (tables == Tables::NoCoeffToken) ct = kNoTables;
-        if (tables == Tables::InvalidCoeffToken) ctDc = kAllInvalid;
-        if (tables == Tables::PartialCoeffToken) ct = partial;
-        if (tables == Tables::NoTotalZeros) tz = kNoTables;
-        if (tables == Tables::GiveBackRun) rb = kRunsWithGiveBack;
-        if (tables == Tables::NoRun) rb = kNoTables;
-        if (tables == Tables::None) ct = tz = rb = nullptr, ctDc = nullptr;
+        if (tables == kNoToken) ct = kNoTables;
+        if (tables == kBadToken) ctDc = kAllInvalid;
+        if (tables == kPartToken) ct = partial;
+        if (tables == kNoTotalZeros) tz = kNoTables;
+        if (tables == kGiveBackRun) rb = kRunsWithGiveBack;
+        if (tables == kNoRun) rb = kNoTables;
     }
-    ZubStatus run() {
+    // Runs the decoder with the arguments named in `nulls` null: W O N P K Z R
+    // S for the arguments in order, w and p for *ppBitStream and *ppCoeffs.
+    ZubStatus run(const std::string& nulls = "") {
+        auto no = [&](char ch) { return nulls.find(ch) != std::string::npos; };
+        const Zub32u* noWord = nullptr;
+        T* noCoeffs = nullptr;
+        const Zub32u** w = no('W') ? nullptr : no('w') ? &noWord : &word;
+        T** p = no('P') ? nullptr : no('p') ? &noCoeffs : &coeffs;
+        Zub32u* o = no('O') ? nullptr : &off;
+        Zub16s* n = no('N') ? nullptr : &count;
+        const Zub32s* const* k = no('K') ? nullptr : ct;
+        const Zub32s* kDc = no('K') ? nullptr : ctDc;
+        const Zub32s* const* z = no('Z') ? nullptr : tz;
+        const Zub32s* const* r = no('R') ? nullptr : rb;
+        const Zub32u* s = no('S') ? nullptr : scan;
         if constexpr (sizeof(T) == 2) {
-            if (kind == Kind::Block4x4)
-                return zubiDecodeCAVLCCoeffs_H264_1u16s(pWord, pOff, pCount, pCoeffs, nC, maxCount, ct, tz, rb, scan);
-            if (kind == Kind::Dc2x2)
-                return zubiDecodeCAVLCChromaDcCoeffs_H264_1u16s(pWord, pOff, pCount, pCoeffs, ctDc, tz, rb);
-            return zubiDecodeCAVLCChroma422DcCoeffs_H264_1u16s(pWord, pOff, pCount, pCoeffs, ctDc, tz, rb);
+            if (kind == Kind::Block4x4) return zubiDecodeCAVLCCoeffs_H264_1u16s(w, o, n, p, nC, maxCount, k, z, r, s);
+            return (kind == Kind::Dc2x2 ? zubiDecodeCAVLCChromaDcCoeffs_H264_1u16s
+                                        : zubiDecodeCAVLCChroma422DcCoeffs_H264_1u16s)(w, o, n, p, kDc, z, r);
         } else {
-            if (kind == Kind::Block4x4)
-                return zubiDecodeCAVLCCoeffs_H264_1u32s(pWord, pOff, pCount, pCoeffs, nC, maxCount, ct, tz, rb, scan);
-            if (kind == Kind::Dc2x2)
-                return zubiDecodeCAVLCChromaDcCoeffs_H264_1u32s(pWord, pOff, pCount, pCoeffs, ctDc, tz, rb);
-            return zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s(pWord, pOff, pCount, pCoeffs, ctDc, tz, rb);
+            if (kind == Kind::Block4x4) return zubiDecodeCAVLCCoeffs_H264_1u32s(w, o, n, p, nC, maxCount, k, z, r, s);
+            return (kind == Kind::Dc2x2 ? zubiDecodeCAVLCChromaDcCoeffs_H264_1u32s
+                                        : zubiDecodeCAVLCChroma422DcCoeffs_H264_1u32s)(w, o, n, p, kDc, z, r);
         }
     }
     // Bits consumed since the start of the call sequence.
     long consumed() const { return static_cast<long>(word - words.data()) * 32 + 31 - static_cast<long>(off) - pad; }
-    bool untouched() const {
-        return consumed() == 0 && count == -1 && coeffs == block &&
-               std::all_of(block, block + 16, [](T v) { return v == static_cast<T>(kSentinel); });
-    }
 };
 
 // Random levels: mostly small with a tail of large ones reaching the escapes.
-int32_t randomLevel(std::mt19937& rng, int32_t maxMag) {
+int32_t randomLevel(std::mt19937& rng) {
     const unsigned r = rng() % 100;
     const int32_t mag = r < 45   ? 1
                         : r < 70 ? 2 + static_cast<int32_t>(rng() % 3)
                         : r < 85 ? 5 + static_cast<int32_t>(rng() % 60)
                         : r < 95 ? 65 + static_cast<int32_t>(rng() % 4000)
-                                 : 4065 + static_cast<int32_t>(rng() % static_cast<unsigned>(maxMag - 4064));
+                                 : 4065 + static_cast<int32_t>(rng() % 28703);
     return (rng() & 1) ? -mag : mag;
 }
 
-// Empty, sparse, random and full blocks (full ones code no total_zeros).
-std::vector<int32_t> randomBlock(std::mt19937& rng, int n, int32_t maxMag) {
+// Empty and sparse blocks, blocks packed into the first positions (any
+// total_zeros) and spread blocks, full ones coding no total_zeros.  The
+// round trips below meet every coeff_token, total_zeros and run_before code
+// of the caller tables this way.
+std::vector<int32_t> randomBlock(std::mt19937& rng, int n) {
     std::vector<int32_t> v(n, 0);
     const unsigned shape = rng() % 4;
     int k = shape == 0 ? 0 : shape == 1 ? static_cast<int>(rng() % 4) : static_cast<int>(rng() % (n + 1));
     if (shape == 3 && rng() % 2) k = n;
-    std::vector<int> pos(n);
-    for (int i = 0; i < n; ++i) pos[i] = i;
-    std::shuffle(pos.begin(), pos.end(), rng);
-    for (int i = 0; i < k; ++i) v[pos[i]] = randomLevel(rng, maxMag);
+    for (int i = 0; i < k; ++i) v[i] = randomLevel(rng);
+    std::shuffle(v.begin(), v.begin() + (shape == 2 ? k + static_cast<int>(rng() % (n - k + 1)) : n), rng);
     return v;
 }
 
@@ -187,7 +171,7 @@ void roundTrip(Kind kind, int nC, int writeMax, int decodeMax, const Zub32u* sca
 }
 
 void roundTripBoth(Kind kind, int nC, int writeMax, int decodeMax, const Zub32u* scan,
-                   std::vector<std::vector<int32_t>> blocks, int startPad) {
+                   const std::vector<std::vector<int32_t>>& blocks, int startPad) {
     std::vector<std::vector<int32_t>> narrow;
     for (const auto& b : blocks)
         if (std::find(b.begin(), b.end(), 32768) == b.end()) narrow.push_back(b);  // 32768: 32 bits only
@@ -206,7 +190,7 @@ TEST(CavlcDecode, RoundTripEveryBlockKind) {
         for (int nC : {0, 1, 2, 3, 4, 7, 8, 16}) {
             std::vector<std::vector<int32_t>> blocks;
             while (blocks.size() < 300) {
-                blocks.push_back(randomBlock(rng, writeMax, 32767));
+                blocks.push_back(randomBlock(rng, writeMax));
                 if (writeMax != decodeMax && std::count(blocks.back().begin(), blocks.back().end(), 0) == 1)
                     blocks.pop_back();  // TotalCoeff 15 has total_zeros at 16, none at 15
             }
@@ -216,13 +200,13 @@ TEST(CavlcDecode, RoundTripEveryBlockKind) {
     for (Kind kind : {Kind::Dc2x2, Kind::Dc2x4}) {
         const int n = blockSize(kind);
         std::vector<std::vector<int32_t>> blocks(1, std::vector<int32_t>(n, 0));
-        for (int i = 0; i < 1500; ++i) blocks.push_back(randomBlock(rng, n, 32767));
+        for (int i = 0; i < 1500; ++i) blocks.push_back(randomBlock(rng, n));
         for (int p = 0; p < 2 * n; ++p) {  // every single +-1 (the 2x2 fast path)
             blocks.emplace_back(n, 0);
             blocks.back()[p / 2] = p % 2 ? -1 : 1;
         }
         std::shuffle(blocks.begin(), blocks.end(), rng);
-        for (int pad : {0, 13, 30}) roundTripBoth(kind, -blockSize(kind) / 4, n, n, nullptr, blocks, pad);
+        for (int pad : {0, 13, 30}) roundTripBoth(kind, kind == Kind::Dc2x2 ? -1 : -2, n, n, nullptr, blocks, pad);
     }
 }
 
@@ -290,7 +274,6 @@ std::string bin(uint32_t v, int n) {
 }
 
 struct Outcome {
-    const char* what;
     Kind kind;
     Zub32u nC;
     int maxCount;
@@ -301,105 +284,87 @@ struct Outcome {
     int count;                                // -1: not stored
     int consumed;                             // bits
     std::vector<std::pair<int, int>> placed;  // raster index, level; the rest of a stored block is 0
+    std::string nulls = "";                   // null arguments, as Call::run takes them
 };
 
 std::vector<Outcome> outcomes() {
-    using K = Kind;
-    using TB = Tables;
+    const Kind b4 = Kind::Block4x4, dc2 = Kind::Dc2x2, dc4 = Kind::Dc2x4;
     const ZubStatus ok = ZubStatusOk, vlc = ZubStatusVlcError, null = ZubStatusNullPointer;
+    const std::string zeros(32, '0');
     std::vector<Outcome> v = {
         // Block 0 3 -1 0 / 0 -1 1 0 / 1 0 0 0 / 0: coeff_token (5, 3), signs,
         // levels 1 and 3, total_zeros 3, runs 1 0 0 1.
-        {"known",
-         K::Block4x4,
-         1,
-         16,
-         TB::Standard,
-         3,
-         "0000100 011 1 0010 111 10 1 1 01",
-         ok,
-         5,
-         24,
-         {{1, 3}, {2, -1}, {5, -1}, {6, 1}, {8, 1}}},
-        {"fixed-length empty, no tables needed", K::Block4x4, 8, 16, TB::NoCoeffToken, 0, "000011", ok, 0, 6, {}},
-        {"selected coeff_token table missing", K::Block4x4, 2, 16, TB::PartialCoeffToken, 0, "1", null, -1, 0, {}},
-        {"selected coeff_token table missing", K::Block4x4, 3, 16, TB::PartialCoeffToken, 0, "1", null, -1, 0, {}},
-        {"unselected coeff_token table missing", K::Block4x4, 1, 16, TB::PartialCoeffToken, 0, "1", ok, 0, 1, {}},
+        {b4, 1, 16, kStd, 3, "0000100 011 1 0010 111 10 1 1 01", ok, 5, 24, {{1, 3}, {2, -1}, {5, -1}, {6, 1}, {8, 1}}},
+        // nC >= 8: fixed-length coeff_token, 000011 the empty block; the
+        // coeff_token tables are not needed.
+        {b4, 8, 16, kNoToken, 0, "000011", ok, 0, 6, {}},
+        // The coeff_token table that nC selects must be there, others need not.
+        {b4, 2, 16, kPartToken, 0, "1", null, -1, 0, {}},
+        {b4, 3, 16, kPartToken, 0, "1", null, -1, 0, {}},
+        {b4, 1, 16, kPartToken, 0, "1", ok, 0, 1, {}},
         // total_zeros 000000000 starts no code of Table 9-7: the cursor stays
-        // after the 9-bit look-up, the block is cleared.
-        {"invalid total_zeros", K::Block4x4, 0, 16, TB::Standard, 0, "01 0 000000000 1111111111111111", vlc, 1, 12, {}},
-        {"missing total_zeros table", K::Block4x4, 0, 16, TB::NoTotalZeros, 9, "01 1 1", null, 1, 3, {}},
+        // after the 9-bit look-up, the count is stored, the block cleared.
+        {b4, 0, 16, kStd, 0, "01 0 000000000 1111111111111111", vlc, 1, 12, {}},
+        {b4, 0, 16, kNoTotalZeros, 9, "01 1 1", null, 1, 3, {}},
         // (3, 3), signs + - +, total_zeros 2: run "1" places the first level,
         // then "00" is invalid and gives one bit back.
-        {"invalid run_before",
-         K::Block4x4,
-         0,
-         16,
-         TB::GiveBackRun,
-         0,
-         "00011 010 110 1 00",
-         vlc,
-         3,
-         13,
-         {{static_cast<int>(kZigzag[4]), 1}}},
-        {"missing run_before table", K::Block4x4, 0, 16, TB::NoRun, 0, "00011 010 110 1 00", null, 3, 11, {}},
-        {"2x2 empty: nothing else needed", K::Dc2x2, 0, 0, TB::None, 0, "01 111", ok, 0, 2, {}},
-        {"2x2 general path", K::Dc2x2, 0, 0, TB::Standard, 0, "001 00 1", ok, 2, 6, {{0, 1}, {1, 1}}},
-        {"2x2 invalid coeff_token", K::Dc2x2, 0, 0, TB::InvalidCoeffToken, 20, bin(0, 32), vlc, -1, 0, {}},
-        {"2x4 general path", K::Dc2x4, 0, 0, TB::Standard, 0, "01 1 1", ok, 1, 4, {{0, -1}}},
-        {"2x4 invalid coeff_token", K::Dc2x4, 0, 0, TB::Standard, 31, bin(0, 32), vlc, -1, 0, {}},
+        {b4, 0, 16, kGiveBackRun, 0, "00011 010 110 1 00", vlc, 3, 13, {{static_cast<int>(kZigzag[4]), 1}}},
+        {b4, 0, 16, kNoRun, 0, "00011 010 110 1 00", null, 3, 11, {}},
+        // 4:2:0 chroma DC: "01" is the empty block, neither coefficient
+        // pointer nor tables needed; the general path; an invalid coeff_token
+        // keeps the cursor.
+        {dc2, 0, 0, kStd, 0, "01 111", ok, 0, 2, {}, "PKZRp"},
+        {dc2, 0, 0, kStd, 0, "001 00 1", ok, 2, 6, {{0, 1}, {1, 1}}},
+        {dc2, 0, 0, kBadToken, 20, zeros, vlc, -1, 0, {}},
+        // 4:2:2 chroma DC: (1, 1), sign -, total_zeros 0; 11 zeros start no
+        // coeff_token.
+        {dc4, 0, 0, kStd, 0, "01 1 1", ok, 1, 4, {{0, -1}}},
+        {dc4, 0, 0, kStd, 31, zeros, vlc, -1, 0, {}},
     };
     // Zero bits start no code of the nC 0-1 table (16 zeros) or of the
     // 4 <= nC < 8 table (10 zeros): cursor kept, nothing written.
     for (Zub32u nC : {0u, 1u, 4u, 7u})
-        for (int pad : {0, 20, 31})
-            v.push_back({"invalid coeff_token", K::Block4x4, nC, 16, TB::Standard, pad, bin(0, 32), vlc, -1, 0, {}});
+        for (int pad : {0, 20, 31}) v.push_back({b4, nC, 16, kStd, pad, zeros, vlc, -1, 0, {}});
     // maxNumCoeff 15 or 16 only; nC negative as a signed value.
-    for (int m : {0, 4, 14, 17, -16})
-        v.push_back({"maxNumCoeff", K::Block4x4, 0, m, TB::Standard, 0, "1", ZubStatusOutOfRange, -1, 0, {}});
+    for (int m : {0, 4, 14, 17, -16}) v.push_back({b4, 0, m, kStd, 0, "1", ZubStatusOutOfRange, -1, 0, {}});
     for (Zub32u nC : {0xFFFFFFFFu, 0xFFFFFFFEu, 0x80000000u})
-        v.push_back({"nC", K::Block4x4, nC, 16, TB::Standard, 0, "1", ZubStatusOutOfRange, -1, 0, {}});
-    // 2x2 "1 s xyz": every sign and total_zeros code of Table 9-9(a),
-    // without tables.
-    const char* tzCodes[4] = {"1", "01", "001", "000"};
+        v.push_back({b4, nC, 16, kStd, 0, "1", ZubStatusOutOfRange, -1, 0, {}});
+    // 2x2 "1 s xyz": every sign and total_zeros code of Table 9-9(a), without
+    // tables.
+    const std::string tzCodes[4] = {"1", "01", "001", "000"};
     for (int tz = 0; tz < 4; ++tz)
-        for (int neg = 0; neg < 2; ++neg)
-            v.push_back({"2x2 one trailing one",
-                         K::Dc2x2,
-                         0,
-                         0,
-                         TB::None,
-                         0,
-                         std::string("1") + "01"[neg] + tzCodes[tz] + "111111",
-                         ok,
-                         1,
-                         2 + static_cast<int>(std::string(tzCodes[tz]).size()),
-                         {{tz, neg ? -1 : 1}}});
+        for (int neg = 0; neg < 2; ++neg) {
+            const int len = 2 + static_cast<int>(tzCodes[tz].size());
+            v.push_back(
+                {dc2, 0, 0, kStd, 0, bin(2 + neg, 2) + tzCodes[tz] + "111", ok, 1, len, {{tz, 1 - 2 * neg}}, "KZR"});
+        }
     // level_prefix 40 after coeff_token (3, 4) and signs + + +: the 37-bit
     // suffix counts by its low 16 bits, level code (15 + 15 + suffix - 4096)
     // mod 2^16; then total_zeros 0 (00011).
     for (uint32_t low : {0x0000u, 0x0FE2u, 0x1234u, 0xF001u, 0xFFFFu}) {
         const uint32_t code = (30u + low - 4096u) & 0xFFFFu;
         const int level = (code & 1u) ? -static_cast<int>((code + 1) / 2) : static_cast<int>((code + 2) / 2);
-        v.push_back({"level_prefix 40",
-                     K::Block4x4,
-                     0,
-                     16,
-                     TB::Standard,
-                     17,
-                     "000011 000" + bin(0, 40) + "1" + bin(0x1F, 21) + bin(low, 16) + "00011",
-                     ok,
-                     4,
-                     92,
-                     {{0, level}, {1, 1}, {4, 1}, {8, 1}}});
+        const std::string bits = "000011 000" + bin(0, 40) + "1" + bin(0x1F, 21) + bin(low, 16) + "00011";
+        v.push_back({b4, 0, 16, kStd, 17, bits, ok, 4, 92, {{0, level}, {1, 1}, {4, 1}, {8, 1}}});
     }
+    // Each pointer argument null in turn where the path taken needs it: -8
+    // with nothing changed.  For 4x4 blocks a null pointer wins over a
+    // negative nC and a bad maxNumCoeff.
+    const std::tuple<Kind, const char*, std::string> paths[] = {{b4, "1", "WONPKZRSwp"},
+                                                                {dc4, "01 1 1", "WONPKZRwp"},
+                                                                {dc2, "001 00 1", "WONPKZRwp"},
+                                                                {dc2, "1 0 1", "WONPwp"},
+                                                                {dc2, "01", "WONw"}};
+    for (const auto& [kind, bits, needed] : paths)
+        for (char arg : needed) v.push_back({kind, ~0u, 14, kStd, 0, bits, null, -1, 0, {}, std::string(1, arg)});
     return v;
 }
 
 template <class T>
 void checkOutcome(const Outcome& o) {
-    SCOPED_TRACE(testing::Message() << o.what << ", " << o.bits << ", nC " << o.nC << ", max " << o.maxCount << ", pad "
-                                    << o.pad << ", " << sizeof(T) * 8 << "-bit");
+    SCOPED_TRACE(testing::Message() << "kind " << static_cast<int>(o.kind) << ", tables " << o.tables << ", " << o.bits
+                                    << ", nC " << o.nC << ", max " << o.maxCount << ", pad " << o.pad << ", null "
+                                    << o.nulls << ", " << sizeof(T) * 8 << "-bit");
     BitWriter bw;
     bw.put(0xFFFFFFFFu, o.pad);
     for (char ch : o.bits)
@@ -407,7 +372,7 @@ void checkOutcome(const Outcome& o) {
     Call<T> c(o.kind, bw, o.pad, o.tables);
     c.nC = o.nC;
     c.maxCount = static_cast<Zub16s>(o.maxCount);
-    EXPECT_EQ(c.run(), o.status);
+    EXPECT_EQ(c.run(o.nulls), o.status);
     EXPECT_EQ(c.count, o.count);
     EXPECT_EQ(c.consumed(), o.consumed);
     // A block is written (cleared, then placed) once a count above 0 is
@@ -429,101 +394,24 @@ TEST(CavlcDecode, DocumentedOutcomes) {
     }
 }
 
-// Each pointer argument null in turn: -8 with nothing changed where the path
-// taken needs it, and no effect where it does not.  For 4x4 blocks a null
-// pointer wins over a negative nC and a bad maxNumCoeff.
-TEST(CavlcDecode, NullPointers) {
-    const std::vector<std::pair<const char*, std::function<void(Call<Zub16s>&)>>> nulls = {
-        {"W", [](auto& c) { c.pWord = nullptr; }},
-        {"O", [](auto& c) { c.pOff = nullptr; }},
-        {"N", [](auto& c) { c.pCount = nullptr; }},
-        {"P", [](auto& c) { c.pCoeffs = nullptr; }},
-        {"K", [](auto& c) { c.ct = nullptr, c.ctDc = nullptr; }},
-        {"Z", [](auto& c) { c.tz = nullptr; }},
-        {"R", [](auto& c) { c.rb = nullptr; }},
-        {"S", [](auto& c) { c.scan = nullptr; }},
-        {"w", [](auto& c) { c.pWord = &c.nullWord; }},
-        {"p", [](auto& c) { c.pCoeffs = &c.nullCoeffs; }}};
-    // Kind, stream, the arguments (letters above) that its path needs.
-    const std::tuple<Kind, const char*, std::string> paths[] = {{Kind::Block4x4, "1", "WONPKZRSwp"},
-                                                                {Kind::Dc2x4, "01 1 1", "WONPKZRwp"},
-                                                                {Kind::Dc2x2, "001 00 1", "WONPKZRwp"},
-                                                                {Kind::Dc2x2, "1 0 1", "WONPwp"},
-                                                                {Kind::Dc2x2, "01", "WONw"}};
-    for (const auto& [kind, bits, needed] : paths)
-        for (const auto& [name, makeNull] : nulls) {
-            if (kind != Kind::Block4x4 && *name == 'S') continue;
-            SCOPED_TRACE(testing::Message() << bits << " null " << name);
-            BitWriter bw;
-            for (const char* b = bits; *b; ++b)
-                if (*b != ' ') bw.putBit(*b - '0');
-            Call<Zub16s> c(kind, bw);
-            c.nC = 0xFFFFFFFFu;
-            c.maxCount = 14;
-            makeNull(c);
-            const bool need = needed.find(name) != std::string::npos;
-            EXPECT_EQ(c.run(), need ? ZubStatusNullPointer : ZubStatusOk);
-            EXPECT_TRUE(!need || c.untouched());
-        }
-}
-
-// Every code word of every caller-side table decodes to its value and length
-// through the built multi-level tables: Table 9-5 3 x 62 + 14 + 30 codes,
-// 9-7/9-8 135, 9-9 9 + 35, 9-10 27 + 9 x 15.
-TEST(CavlcTables, EveryCodeWordDecodes) {
-    const auto& t = h264CavlcTables();
-    std::vector<std::pair<const Zub32s*, zubtools::VlcCode>> cases;
-    const int cols[5] = {0, 2, 4, -1, -2};
-    for (int c = 0; c < 5; ++c)
-        for (int tc = 0; tc <= 16; ++tc)
-            for (int t1 = 0; t1 <= std::min(3, tc); ++t1)
-                cases.push_back({c < 3    ? t.coeffToken[c]
-                                 : c == 3 ? t.coeffTokenChromaDc
-                                          : t.coeffTokenChromaDc422,
-                                 zubtools::h264CoeffTokenCode(cols[c], t1, tc)});
-    for (int tc = 1; tc <= 15; ++tc)
-        for (int tz = 0; tz <= 16 - tc; ++tz) {
-            cases.push_back({t.totalZeros[tc], zubtools::h264TotalZerosCode(16, tc, tz)});
-            if (tc < 4 && tz <= 4 - tc)
-                cases.push_back({t.totalZerosChromaDc[tc], zubtools::h264TotalZerosCode(4, tc, tz)});
-            if (tc < 8 && tz <= 8 - tc)
-                cases.push_back({t.totalZerosChromaDc422[tc], zubtools::h264TotalZerosCode(8, tc, tz)});
-        }
-    for (int zl = 1; zl <= 15; ++zl)
-        for (int run = 0; run <= 14; ++run) cases.push_back({t.runBefore[zl], zubtools::h264RunBeforeCode(zl, run)});
-    std::erase_if(cases, [](const auto& c) { return c.second.length == 0; });
-    EXPECT_EQ(cases.size(), 571u);
-    for (const auto& [table, code] : cases) {
-        BitWriter bw;
-        bw.put(code.code, code.length);
-        bw.put(0xA5A5A5A5u, 32);
-        const auto words = bw.words();
-        zub::WordCursor cur(words.data(), 31);
-        uint32_t fields = 0;
-        ASSERT_TRUE(zub::walkCodeTable(cur, table, fields));
-        EXPECT_EQ(fields, code.fields);
-        EXPECT_EQ(cur.off, 31 - code.length);
-    }
-}
-
 // ---------------------------------------------------------------------------
 // Inverse DC transforms: plain matrix products with 64-bit sums, reduced to
 // 32 bits where the library's 32-bit arithmetic would wrap.
 
 const int kH[4][4] = {{1, 1, 1, 1}, {1, 1, -1, -1}, {1, -1, -1, 1}, {1, -1, 1, -1}};
-const int kDefaultDc[6] = {160, 176, 208, 224, 256, 288};
+// Clause 8.5.9: normAdjust4x4 v[QP % 6]; the default (flat) level scale is
+// 16 times v0 at even (i, j), v1 at odd (i, j), v2 elsewhere.
+const int kNormAdjust[6][3] = {{10, 16, 13}, {11, 18, 14}, {13, 20, 16}, {14, 23, 18}, {16, 25, 20}, {18, 29, 23}};
 
 int32_t wrap32(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(v))); }
-
-enum class Dc { Luma, Chroma2x2, Chroma2x4 };
 
 // f = A c B with A and B the Hadamard matrices of the rows and columns
 // (order 2: [1 1; 1 -1]), then clause 8.5.10 / 8.5.11.2 scaling: 4:2:0
 // ((f s) << e) >> 5; otherwise (f s + 2^(5-e)) >> (6-e) or (f s) << (e-6),
 // with e = QP / 6 (QP + 3 for 4:2:2).  The 16-bit 2x4 variant keeps f to 16
 // bits.
-std::vector<int32_t> modelDc(Dc kind, const std::vector<int64_t>& c, int qp, int s, bool wrap16) {
-    const int rows = kind == Dc::Chroma2x2 ? 2 : 4, cols = kind == Dc::Luma ? 4 : 2;
+std::vector<int32_t> modelDc(Kind kind, const std::vector<int64_t>& c, int qp, int s, bool wrap16) {
+    const int rows = kind == Kind::Dc2x2 ? 2 : 4, cols = kind == Kind::Block4x4 ? 4 : 2;
     auto h = [](int n, int i, int j) { return n == 2 ? (i && j ? -1 : 1) : kH[i][j]; };
     std::vector<int32_t> out(rows * cols);
     for (int i = 0; i < rows; ++i)
@@ -532,36 +420,36 @@ std::vector<int32_t> modelDc(Dc kind, const std::vector<int64_t>& c, int qp, int
             for (int k = 0; k < rows; ++k)
                 for (int l = 0; l < cols; ++l) f += int64_t{h(rows, i, k)} * c[cols * k + l] * h(cols, l, j);
             f = wrap32(f);
-            if (wrap16 && kind == Dc::Chroma2x4) f = static_cast<int16_t>(static_cast<uint16_t>(f));
-            const int e = (kind == Dc::Chroma2x4 ? qp + 3 : qp) / 6;
+            if (wrap16 && kind == Kind::Dc2x4) f = static_cast<int16_t>(static_cast<uint16_t>(f));
+            const int e = (kind == Kind::Dc2x4 ? qp + 3 : qp) / 6;
             const int32_t p = wrap32(f * s);
-            out[cols * i + j] = kind == Dc::Chroma2x2 ? wrap32((int64_t{p} << e) >> 5)
-                                : e >= 6              ? wrap32(int64_t{p} << (e - 6))
-                                                      : wrap32(f * s + (int64_t{1} << (5 - e))) >> (6 - e);
+            out[cols * i + j] = kind == Kind::Dc2x2 ? wrap32((int64_t{p} << e) >> 5)
+                                : e >= 6            ? wrap32(int64_t{p} << (e - 6))
+                                                    : wrap32(f * s + (int64_t{1} << (5 - e))) >> (6 - e);
         }
     return out;
 }
 
 template <class T>
-ZubStatus callDc(Dc kind, T* p, int qp, const Zub16s* scale) {
-    if constexpr (sizeof(T) == 2) {
-        if (kind == Dc::Luma) return zubiTransformQuantInvLumaDC4x4_H264_16s_C1I(p, qp, scale);
-        if (kind == Dc::Chroma2x2) return zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(p, qp, scale);
-        return zubiTransformQuantInvChromaDC2x4_H264_16s_C1I(p, qp, scale);
-    } else {
-        if (kind == Dc::Luma) return zubiTransformQuantInvLumaDC4x4_H264_32s_C1I(p, qp, scale);
-        if (kind == Dc::Chroma2x2) return zubiTransformQuantInvChromaDC2x2_H264_32s_C1I(p, qp, scale);
-        return zubiTransformQuantInvChromaDC2x4_H264_32s_C1I(p, qp, scale);
-    }
+ZubStatus callDc(Kind kind, T* p, int qp, const Zub16s* scale) {
+    auto call = [&](auto luma, auto c2x2, auto c2x4) {
+        return (kind == Kind::Block4x4 ? luma : kind == Kind::Dc2x2 ? c2x2 : c2x4)(p, qp, scale);
+    };
+    if constexpr (sizeof(T) == 2)
+        return call(zubiTransformQuantInvLumaDC4x4_H264_16s_C1I, zubiTransformQuantInvChromaDC2x2_H264_16s_C1I,
+                    zubiTransformQuantInvChromaDC2x4_H264_16s_C1I);
+    else
+        return call(zubiTransformQuantInvLumaDC4x4_H264_32s_C1I, zubiTransformQuantInvChromaDC2x2_H264_32s_C1I,
+                    zubiTransformQuantInvChromaDC2x4_H264_32s_C1I);
 }
 
 // Typical DC levels and the full coefficient range, with the default scale
 // and with caller scales of either sign, at every QP; then the QP range
 // (-11, nothing written) and the null check before it (-8).
 template <class T>
-void checkDc(Dc kind, int maxQp) {
+void checkDc(Kind kind, int maxQp) {
     std::mt19937 rng(21);
-    const int n = kind == Dc::Luma ? 16 : kind == Dc::Chroma2x2 ? 4 : 8;
+    const int n = blockSize(kind);
     for (int qp = 0; qp <= maxQp; ++qp)
         for (int trial = 0; trial < 40; ++trial) {
             std::vector<int64_t> c(n);
@@ -571,7 +459,7 @@ void checkDc(Dc kind, int maxQp) {
                                      : static_cast<int32_t>(rng() >> (rng() % 24));
             const bool caller = trial % 2 == 1;
             const Zub16s userScale = static_cast<Zub16s>(trial % 4 == 3 ? static_cast<int16_t>(rng()) : rng() % 4096);
-            const int s = caller ? userScale : kDefaultDc[(kind == Dc::Chroma2x4 ? qp + 3 : qp) % 6];
+            const int s = caller ? userScale : 16 * kNormAdjust[(kind == Kind::Dc2x4 ? qp + 3 : qp) % 6][0];
             const auto want = modelDc(kind, c, qp, s, sizeof(T) == 2);
             std::vector<T> buf(c.begin(), c.end());
             ASSERT_EQ(callDc<T>(kind, buf.data(), qp, caller ? &userScale : nullptr), ZubStatusOk);
@@ -586,7 +474,7 @@ void checkDc(Dc kind, int maxQp) {
 }
 
 TEST(DcTransform, EveryKindAndQp) {
-    const std::tuple<Dc, int, int> kinds[] = {{Dc::Luma, 51, 87}, {Dc::Chroma2x2, 39, 75}, {Dc::Chroma2x4, 39, 75}};
+    const std::tuple<Kind, int, int> kinds[] = {{Kind::Block4x4, 51, 87}, {Kind::Dc2x2, 39, 75}, {Kind::Dc2x4, 39, 75}};
     for (const auto& [kind, max16, max32] : kinds) {
         checkDc<Zub16s>(kind, max16);
         checkDc<Zub32s>(kind, max32);
@@ -601,14 +489,10 @@ TEST(DcTransform, EveryKindAndQp) {
 
 // Exported tables that the decoders and transforms read only in part.
 TEST(CavlcTables, ExportedTables) {
-    const int v[6][3] = {{10, 16, 13}, {11, 18, 14}, {13, 20, 16}, {14, 23, 18}, {16, 25, 20}, {18, 29, 23}};
-    for (int m = 0; m < 6; ++m)
-        for (int i = 0; i < 16; ++i) {  // 16 x normAdjust4x4 of clause 8.5.9
-            const int r = i / 4, col = i % 4;
-            EXPECT_EQ(InvLevelScale_4x4_default[m][i], 16 * v[m][r % 2 == 0 && col % 2 == 0 ? 0
-                                                                 : r % 2 && col % 2         ? 1
-                                                                                            : 2]);
-        }
+    for (int i = 0; i < 96; ++i) {
+        const int row = i % 16 / 4 % 2, col = i % 4 % 2;
+        EXPECT_EQ(InvLevelScale_4x4_default[i / 16][i % 16], 16 * kNormAdjust[i / 16][row == col ? row : 2]);
+    }
     for (int qp = 0; qp < 90; ++qp) EXPECT_EQ(h264_qp6[qp] * 6 + h264_qp_rem[qp], qp);
     for (int i = 0; i < 6; ++i) EXPECT_EQ(vlc_inc[i], i ? 3 << (i - 1) : 0);
 }
