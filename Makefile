@@ -11,13 +11,20 @@ PACKAGES = cmake make g++ g++-multilib libgtest-dev libbenchmark-dev pkg-config
 
 CONFIGURE = $(CMAKE) -S . -DCMAKE_BUILD_TYPE=Release -Wno-dev
 
-.PHONY: all deps build build-x64 build-x86 build-san test test-x64 test-x86 test-san demo bench bench-decoder clean
+.PHONY: all deps deps-bench install-missing build build-x64 build-x86 build-san test test-x64 test-x86 test-san demo bench bench-decoder clean
 
 all: build
 
 # Installs whatever is missing from Debian's packages when run as root.
 deps:
-	@missing=""; for p in $(PACKAGES); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	@$(MAKE) --no-print-directory install-missing PKGS="$(PACKAGES)"
+
+# The decoder benchmark also needs ffmpeg (with libx264) and bc.
+deps-bench:
+	@$(MAKE) --no-print-directory install-missing PKGS="ffmpeg bc"
+
+install-missing:
+	@missing=""; for p in $(PKGS); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
 	if [ -n "$$missing" ]; then \
 	  if [ "$$(id -u)" = 0 ]; then \
 	    echo "installing:$$missing"; \
@@ -65,8 +72,9 @@ bench: build-x64
 	$(BUILD)/x64/bench/zubvc_bench --benchmark_min_time=0.2
 
 # The example decoder against ffmpeg's plain C decoder on a 1280x720 CAVLC
-# stream (needs ffmpeg with libx264; the stream is made on first use).
-bench-decoder: build-x64
+# stream (installs ffmpeg and bc when run as root; the stream is made on
+# first use).
+bench-decoder: build-x64 deps-bench
 	sh bench/bench_h264dec.sh $(BUILD)/x64/examples/h264dec/zubvc-h264dec $(BUILD)/bench_720p.264
 
 clean:

@@ -31,17 +31,17 @@ void BM_TransformQuantInvAddPred4x4(benchmark::State& state) {
 }
 BENCHMARK(BM_TransformQuantInvAddPred4x4);
 
-void BM_ReconstructLumaInterMB(benchmark::State& state) {
+void BM_ReconstructLumaInter4x4MB(benchmark::State& state) {
     auto coefs = sparseBlocks(16, 2);
     std::vector<Zub8u> pic(16 * 32, 100);
     const Zub32u cbp = static_cast<Zub32u>(state.range(0));
     for (auto _ : state) {
         Zub16s* p = coefs.data();
-        zubiReconstructLumaInterMB_H264_16s8u_C1R(&p, pic.data(), 32, cbp, 28);
+        zubiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, pic.data(), 32, cbp, 28);
         benchmark::DoNotOptimize(pic.data());
     }
     state.SetItemsProcessed(state.iterations());
 }
-BENCHMARK(BM_ReconstructLumaInterMB)->Arg(0x000F)->Arg(0xFFFF);
+BENCHMARK(BM_ReconstructLumaInter4x4MB)->Arg(0x000F)->Arg(0xFFFF);
 
 }  // namespace

@@ -179,7 +179,7 @@ TEST(ReconstructLumaMB, InterIntra4x4AndIntra16x16MatchModel) {
         Zub16s* p = coefs.data();
         Zub8u* dst = &pic[16 * step + 16];
         const ZubStatus st =
-            kind == 0 ? zubiReconstructLumaInterMB_H264_16s8u_C1R(&p, dst, step, cbp, qp)
+            kind == 0 ? zubiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, dst, step, cbp, qp)
             : kind == 1 ? zubiReconstructLumaIntraMB_H264_16s8u_C1R(&p, dst, step, modes, cbp, qp, avail)
                         : zubiReconstructLumaIntra16x16MB_H264_16s8u_C1R(&p, dst, step, mode16, dc, cbp, qp, avail);
         ASSERT_TRUE(st == ZubStatusOk || (kind == 1 && st >= 0)) << st;
@@ -252,10 +252,10 @@ TEST(Reconstruct, ChecksInOrderWriteNothing) {
         {zubiTransformQuantInvAddPred4x4_H264_32s_C1IR(c32, nullptr, pic16, 4, 0, 7), Range},
         {zubiDequantTransformResidual_H264_16s_C1I(nullptr, nullptr, 0), Null},
         {zubiDequantTransformResidual_H264_16s_C1I(coef, nullptr, 52), Range},
-        {zubiReconstructLumaInterMB_H264_16s8u_C1R(nullptr, mb, 40, 1, 20), Null},
-        {zubiReconstructLumaInterMB_H264_16s8u_C1R(&nullCoef, mb, 15, 1, 60), Null},
-        {zubiReconstructLumaInterMB_H264_16s8u_C1R(&p, mb, 15, 1, 60), Step},
-        {zubiReconstructLumaInterMB_H264_16s8u_C1R(&p, mb, 40, 1, 52), Range},
+        {zubiReconstructLumaInter4x4MB_H264_16s8u_C1R(nullptr, mb, 40, 1, 20), Null},
+        {zubiReconstructLumaInter4x4MB_H264_16s8u_C1R(&nullCoef, mb, 15, 1, 60), Null},
+        {zubiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, mb, 15, 1, 60), Step},
+        {zubiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, mb, 40, 1, 52), Range},
         {zubiReconstructChromaInterMB_H264_16s8u_P2R(&p, mb, mb, 8, nullptr, 1, 0, 0), Null},
         {zubiReconstructChromaInterMB_H264_16s8u_P2R(&p, mb, mb, 7, dc, 1, 40, 0), Step},
         {zubiReconstructChromaInterMB_H264_16s8u_P2R(&p, mb, mb, 8, dc, 1, 40, 0), Range},

@@ -499,7 +499,7 @@ void MbDecoder::macroblock(int mbAddr) {
     residual(false, cbpLuma, cbpChroma, s_.curQp, cbp4x4, cbpC);
     if (cbp4x4) {
         Zub16s* lp = lumaCoef_;
-        zubiReconstructLumaInterMB_H264_16s8u_C1R(&lp, plane[0], cur_.stride[0], cbp4x4, s_.curQp);
+        zubiReconstructLumaInter4x4MB_H264_16s8u_C1R(&lp, plane[0], cur_.stride[0], cbp4x4, s_.curQp);
     }
     if (cbpChroma) {
         const int qpc[2] = {chromaQp(std::clamp(s_.curQp + s_.chromaOffset[0], 0, 51)),

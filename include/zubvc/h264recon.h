@@ -65,8 +65,8 @@ ZUBVC_API ZubStatus zubiDequantTransformResidual_H264_16s_C1I(Zub16s* pSrcDst, c
  * block luma4x4BlkIdx n is present in the packed coefficients.
  * Checks: ppSrcCoeff, pSrcDst, then *ppSrcCoeff null (-8); srcDstStep < 16
  * (-14); qp outside 0..51 (-11). */
-ZUBVC_API ZubStatus zubiReconstructLumaInterMB_H264_16s8u_C1R(Zub16s** ppSrcCoeff, Zub8u* pSrcDst,
-                                                             int srcDstStep, Zub32u cbp4x4, int qp);
+ZUBVC_API ZubStatus zubiReconstructLumaInter4x4MB_H264_16s8u_C1R(Zub16s** ppSrcCoeff, Zub8u* pSrcDst,
+                                                                int srcDstStep, Zub32u cbp4x4, int qp);
 
 /* Inter chroma macroblock (4:2:0): adds the residual of both 8x8 chroma blocks
  * to their predictions at pSrcDstU and pSrcDstV (one row step in bytes).

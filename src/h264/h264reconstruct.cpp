@@ -77,8 +77,8 @@ ZubStatus zubiDequantTransformResidual_H264_16s_C1I(Zub16s* pSrcDst, const Zub16
     return ZubStatusOk;
 }
 
-ZubStatus zubiReconstructLumaInterMB_H264_16s8u_C1R(Zub16s** ppSrcCoeff, Zub8u* pSrcDst, int srcDstStep,
-                                                   Zub32u cbp4x4, int qp) {
+ZubStatus zubiReconstructLumaInter4x4MB_H264_16s8u_C1R(Zub16s** ppSrcCoeff, Zub8u* pSrcDst, int srcDstStep,
+                                                      Zub32u cbp4x4, int qp) {
     if (!ppSrcCoeff || !pSrcDst || !*ppSrcCoeff) return ZubStatusNullPointer;
     if (srcDstStep < 16) return ZubStatusBadStep;
     if (!qpOk(qp, kMaxQp8)) return ZubStatusOutOfRange;
