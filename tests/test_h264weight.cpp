@@ -201,6 +201,17 @@ void randomAgainstModel(const std::vector<Member<T>>& list, const std::vector<in
 TEST(Weight8u, EveryMemberMatchesModel) { randomAgainstModel(members8u(), {8}, 11); }
 TEST(Weight16u, EveryMemberMatchesModel) { randomAgainstModel(members16u(), {8, 9, 10, 12, 14, 16}, 12); }
 
+// 16u weights around the bounds of the 16 x 16-bit product form
+// (-65536..65535) and beyond them; at 14 bits every sum of the formula stays
+// inside 32 bits, so the model holds.
+TEST(Weight16u, WeightsAroundSixteenBits) {
+    std::mt19937 rng(9);
+    for (const Wp& wp : {Wp{14, 32767, 900, -32768, -900}, Wp{14, -32769, 0, 32768, 40}, Wp{13, -40000, 16000, 20000, 0},
+                         Wp{15, 65535, 0, -65536, 0}, Wp{15, 65536, 0, 1, 0}, Wp{15, -65537, 32766, 1, 0},
+                         Wp{14, 100000, 0, -65536, 0}})
+        for (int i : {1, 2}) runOne(members16u()[static_cast<size_t>(i)], {16, 8}, {20, 18, 16}, wp, 14, rng, ZubStatusOk);
+}
+
 // zubiWeightedAverage indexes ClampTbl with the pre-saturation value; values
 // beyond the table's -256..511 saturate as well.
 TEST(Weight8u, WeightedAverageSaturatesBeyondTable) {
