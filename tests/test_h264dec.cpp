@@ -4,6 +4,7 @@
 // or a picture, never a crash.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -64,6 +65,27 @@ TEST(H264Decoder, StreamsMatchReferenceMd5) {
         EXPECT_EQ(decode(data, &error), expect) << name;
         EXPECT_EQ(error, "") << name;
     }
+}
+
+// The frame hash: the RFC 1321 test suite, whose 62-byte message needs a
+// second padding block, each message fed whole and in uneven pieces.
+TEST(H264Decoder, Md5MatchesRfc1321Suite) {
+    const std::pair<std::string, const char*> suite[] = {
+        {"", "d41d8cd98f00b204e9800998ecf8427e"},
+        {"a", "0cc175b9c0f1b6a831c399e269772661"},
+        {"abc", "900150983cd24fb0d6963f7d28e17f72"},
+        {"message digest", "f96b697d7cb7938d525a2f31aaf161d0"},
+        {"abcdefghijklmnopqrstuvwxyz", "c3fcd3d76192e4007dfb496cca67e13b"},
+        {"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789", "d174ab98d277d9f5a5611c2c9f419d9f"},
+        {"12345678901234567890123456789012345678901234567890123456789012345678901234567890",
+         "57edf4a22be3c955ac49da2e2107b67a"}};
+    for (const auto& [msg, digest] : suite)
+        for (size_t piece : {msg.size() + 1, size_t{1}, size_t{7}}) {
+            h264dec::Md5 m;
+            for (size_t at = 0; at < msg.size(); at += piece)
+                m.update(reinterpret_cast<const uint8_t*>(msg.data()) + at, std::min(piece, msg.size() - at));
+            EXPECT_EQ(m.hexDigest(), digest) << msg.size() << " bytes in pieces of " << piece;
+        }
 }
 
 TEST(H264Decoder, CorruptStreamsNeverCrash) {
