@@ -16,17 +16,18 @@
 
 namespace {
 
-// The last eight are x264 streams with headers rewritten by
+// From poc_type0 on, eight x264 streams with headers rewritten by
 // tests/data/rewrite_h264.py: pic_order_cnt_type 0, pic_order_cnt_type 1 with
 // long-term IDR pictures, memory management control operations 1-4 and 6
 // (long-term references), operation 5 with POC types 2 and 0,
 // disable_deblocking_filter_idc 2, and non-reference P pictures, in
 // nonref_reorder output before the reference picture decoded before them.
+// The last, from tests/data/make_pcm.py: I_PCM and P_Skip macroblocks.
 const char* const kStreams[] = {"qcif_qp26",      "mandel_slices",     "scroll_mv",     "lowqp_nodeblock",
                                 "ffmpeg_testsrc", "ffmpeg_mandel_cqp", "fade_weightp",  "fakeint_frames",
                                 "poc_type0",      "poc_type1",         "mmco_longterm", "mmco5_reset",
-                                "mmco5_poc0",     "deblock_idc2",      "nonref_poc1",
-                                "nonref_reorder"};
+                                "mmco5_poc0",     "deblock_idc2",      "nonref_poc1",   "nonref_reorder",
+                                "ipcm_skip"};
 
 // Decodes a whole stream; returns the per-frame MD5s; error receives the
 // decoder's message, if any.

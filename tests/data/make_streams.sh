@@ -36,10 +36,10 @@ x264 --quiet --no-progress --profile main --no-cabac --bframes 0 --weightp 2 --r
 
 # frame_mbs_only_flag 0 with frame pictures only (crop unit of 4 rows).
 raw "mandelbrot=size=176x120:rate=25" 16 /tmp/zub_f.yuv \
-    /tmp/zub_g.yuv /tmp/zub_h.yuv /tmp/zub_i.yuv /tmp/zub_j.yuv /tmp/zub_k.yuv
+    /tmp/zub_g.yuv /tmp/zub_h.yuv /tmp/zub_i.yuv /tmp/zub_j.yuv /tmp/zub_k.yuv /tmp/zub_l.yuv
 x264 --quiet --no-progress --profile main --no-cabac --bframes 0 --fake-interlaced --ref 2 --input-res 176x120 \
     --fps 25 --qp 30 -o fakeint_frames.264 /tmp/zub_f.yuv \
-    /tmp/zub_g.yuv /tmp/zub_h.yuv /tmp/zub_i.yuv /tmp/zub_j.yuv /tmp/zub_k.yuv
+    /tmp/zub_g.yuv /tmp/zub_h.yuv /tmp/zub_i.yuv /tmp/zub_j.yuv /tmp/zub_k.yuv /tmp/zub_l.yuv
 
 ffmpeg -loglevel error -y -f lavfi -i "testsrc=size=208x112:rate=25" -frames:v 20 -pix_fmt yuv420p -c:v libx264 -coder 0 \
     -profile:v baseline -g 10 -qp 30 -slices 2 ffmpeg_testsrc.264
@@ -87,8 +87,13 @@ x deblock2_src 176x144 /tmp/zub_k.yuv --qp 36 --slices 5 --ref 2 --keyint 8
 python3 rewrite_h264.py deblock2 deblock2_src.264 deblock_idc2.264
 rm -f poc0_src.264 poc1_src.264 mmco_src.264 mmco5_src.264 deblock2_src.264
 
+# I_PCM macroblocks, which no encoder here writes: an IDR picture of them,
+# then P pictures of I_PCM and P_Skip macroblocks, deblocked, cropped.
+raw "testsrc2=size=168x88:rate=25" 8 /tmp/zub_l.yuv
+python3 make_pcm.py 168 88 8 /tmp/zub_l.yuv ipcm_skip.264
+
 for s in *.264; do
     ffmpeg -loglevel error -i "$s" -f framemd5 - | grep -v '^#' | awk -F', *' '{print $6}' > "${s%.264}.md5"
 done
 rm -f /tmp/zub_a.yuv /tmp/zub_b.yuv /tmp/zub_c.yuv /tmp/zub_d.yuv /tmp/zub_e.yuv /tmp/zub_f.yuv \
-    /tmp/zub_g.yuv /tmp/zub_h.yuv /tmp/zub_i.yuv /tmp/zub_j.yuv /tmp/zub_k.yuv
+    /tmp/zub_g.yuv /tmp/zub_h.yuv /tmp/zub_i.yuv /tmp/zub_j.yuv /tmp/zub_k.yuv /tmp/zub_l.yuv
