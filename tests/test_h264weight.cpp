@@ -206,10 +206,10 @@ TEST(Weight16u, EveryMemberMatchesModel) { randomAgainstModel(members16u(), {8, 
 // inside 32 bits, so the model holds.
 TEST(Weight16u, WeightsAroundSixteenBits) {
     std::mt19937 rng(9);
-    for (const Wp& wp : {Wp{14, 32767, 900, -32768, -900}, Wp{14, -32769, 0, 32768, 40}, Wp{13, -40000, 16000, 20000, 0},
-                         Wp{15, 65535, 0, -65536, 0}, Wp{15, 65536, 0, 1, 0}, Wp{15, -65537, 32766, 1, 0},
-                         Wp{14, 100000, 0, -65536, 0}})
-        for (int i : {1, 2}) runOne(members16u()[static_cast<size_t>(i)], {16, 8}, {20, 18, 16}, wp, 14, rng, ZubStatusOk);
+    for (const Wp& wp : {Wp{14, 32767, 900, -32768, -900}, Wp{14, -32769, 0, 32768, 40},
+                         Wp{13, -40000, 16000, 20000, 0}, Wp{15, 65535, 0, -65536, 0}, Wp{15, 65536, 0, 1, 0},
+                         Wp{15, -65537, 32766, 1, 0}, Wp{14, 100000, 0, -65536, 0}})
+        for (size_t i : {1, 2}) runOne(members16u()[i], {16, 8}, {20, 18, 16}, wp, 14, rng, ZubStatusOk);
 }
 
 // zubiWeightedAverage indexes ClampTbl with the pre-saturation value; values

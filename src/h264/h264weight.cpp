@@ -85,8 +85,7 @@ struct BiWeight16 {
           shift(b.shift),
           maxVal(b.maxVal) {}
     int operator()(int a, int b) const {
-        const uint16_t a16 = static_cast<uint16_t>(a), b16 = static_cast<uint16_t>(b);
-        const uint32_t ua = a16, ub = b16;
+        const uint32_t ua = static_cast<uint16_t>(a), ub = static_cast<uint16_t>(b);
         const uint32_t pa = ua * uint32_t{w1} - ((ua << 16) & m1), pb = ub * uint32_t{w2} - ((ub << 16) & m2);
         const int32_t v = s32(pa + pb + round) >> shift;
         return zub::clip(s32(u32(v) + o), maxVal);
