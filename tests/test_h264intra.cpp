@@ -250,4 +250,169 @@ TEST(IntraChecks, OrderAndNoWrites) {
     EXPECT_EQ(zubiPredictIntra_16x16_H264_8u_C1IR(b.data() + 16, 16, 2, 0), 0);  // the smallest step is accepted
 }
 
+// ---------------------------------------------------------------------------
+// Intra_8x8 (clause 8.3.2): a model that filters the reference samples as
+// clause 8.3.2.2.1 lists its cases and then evaluates each mode's equation for
+// every sample, over every availability combination, for 8-bit samples and
+// for 16-bit samples of 9 to 14 bits.
+
+template <class Pixel>
+struct Area8 {
+    static constexpr int kStep = 29, kOrgX = 3, kOrgY = 2;  // room for 16 samples above
+    std::vector<Pixel> mem;
+    Area8(std::mt19937& rng, int maxVal, bool flat) : mem(kStep * 11) {
+        const int base = static_cast<int>(rng() % (maxVal + 1));
+        for (auto& v : mem) v = static_cast<Pixel>(flat ? std::clamp(base + static_cast<int>(rng() % 9) - 4, 0, maxVal)
+                                                        : static_cast<int>(rng() % (maxVal + 1)));
+    }
+    Pixel* blk() { return mem.data() + kOrgY * kStep + kOrgX; }
+    int at(int x, int y) const { return mem[(kOrgY + y) * kStep + kOrgX + x]; }
+};
+
+// p'[x, y] of clause 8.3.2.2.1 for the edge of the block; `ok` false for a
+// sample that is not available for Intra_8x8 prediction.
+template <class Pixel>
+struct Model8 {
+    const Area8<Pixel>& a;
+    int avail;
+    bool has(int x, int y) const {
+        if (x == -1 && y == -1) return avail & kTL;
+        if (y == -1) return avail & kT;  // above-right samples are substituted when bit 64 is clear
+        return avail & kL;
+    }
+    int raw(int x, int y) const {
+        if (y == -1 && x > 7 && !(avail & kTR)) return a.at(7, -1);
+        return a.at(x, y);
+    }
+    int f(int x, int y) const {
+        if (y == -1 && x >= 0) {
+            if (x == 0)
+                return has(-1, -1) ? (raw(-1, -1) + 2 * raw(0, -1) + raw(1, -1) + 2) >> 2
+                                   : (3 * raw(0, -1) + raw(1, -1) + 2) >> 2;
+            if (x == 15) return (raw(14, -1) + 3 * raw(15, -1) + 2) >> 2;
+            return (raw(x - 1, -1) + 2 * raw(x, -1) + raw(x + 1, -1) + 2) >> 2;
+        }
+        if (x == -1 && y == -1) {
+            const bool top = has(0, -1), left = has(-1, 0);
+            if (top && left) return (raw(0, -1) + 2 * raw(-1, -1) + raw(-1, 0) + 2) >> 2;
+            if (top) return (3 * raw(-1, -1) + raw(0, -1) + 2) >> 2;
+            if (left) return (3 * raw(-1, -1) + raw(-1, 0) + 2) >> 2;
+            return raw(-1, -1);
+        }
+        if (y == 0)
+            return has(-1, -1) ? (raw(-1, -1) + 2 * raw(-1, 0) + raw(-1, 1) + 2) >> 2
+                               : (3 * raw(-1, 0) + raw(-1, 1) + 2) >> 2;
+        if (y == 7) return (raw(-1, 6) + 3 * raw(-1, 7) + 2) >> 2;
+        return (raw(-1, y - 1) + 2 * raw(-1, y) + raw(-1, y + 1) + 2) >> 2;
+    }
+    int predict(int mode, int x, int y, int bitDepth) const {
+        auto P = [&](int px, int py) { return f(px, py); };
+        switch (mode) {
+            case 0: return P(x, -1);
+            case 1: return P(-1, y);
+            case 2: {
+                int top = 0, left = 0;
+                for (int i = 0; i < 8; ++i) top += (avail & kT) ? P(i, -1) : 0, left += (avail & kL) ? P(-1, i) : 0;
+                if ((avail & kT) && (avail & kL)) return (top + left + 8) >> 4;
+                if (avail & kT) return (top + 4) >> 3;
+                if (avail & kL) return (left + 4) >> 3;
+                return 1 << (bitDepth - 1);
+            }
+            case 3:
+                if (x == 7 && y == 7) return (P(14, -1) + 3 * P(15, -1) + 2) >> 2;
+                return (P(x + y, -1) + 2 * P(x + y + 1, -1) + P(x + y + 2, -1) + 2) >> 2;
+            case 4:
+                if (x > y) return (P(x - y - 2, -1) + 2 * P(x - y - 1, -1) + P(x - y, -1) + 2) >> 2;
+                if (x < y) return (P(-1, y - x - 2) + 2 * P(-1, y - x - 1) + P(-1, y - x) + 2) >> 2;
+                return (P(0, -1) + 2 * P(-1, -1) + P(-1, 0) + 2) >> 2;
+            case 5: {
+                const int z = 2 * x - y;
+                if (z >= 0 && z % 2 == 0) return (P(x - (y >> 1) - 1, -1) + P(x - (y >> 1), -1) + 1) >> 1;
+                if (z >= 0) return (P(x - (y >> 1) - 2, -1) + 2 * P(x - (y >> 1) - 1, -1) + P(x - (y >> 1), -1) + 2) >> 2;
+                if (z == -1) return (P(-1, 0) + 2 * P(-1, -1) + P(0, -1) + 2) >> 2;
+                return (P(-1, y - 2 * x - 1) + 2 * P(-1, y - 2 * x - 2) + P(-1, y - 2 * x - 3) + 2) >> 2;
+            }
+            case 6: {
+                const int z = 2 * y - x;
+                if (z >= 0 && z % 2 == 0) return (P(-1, y - (x >> 1) - 1) + P(-1, y - (x >> 1)) + 1) >> 1;
+                if (z >= 0) return (P(-1, y - (x >> 1) - 2) + 2 * P(-1, y - (x >> 1) - 1) + P(-1, y - (x >> 1)) + 2) >> 2;
+                if (z == -1) return (P(-1, 0) + 2 * P(-1, -1) + P(0, -1) + 2) >> 2;
+                return (P(x - 2 * y - 1, -1) + 2 * P(x - 2 * y - 2, -1) + P(x - 2 * y - 3, -1) + 2) >> 2;
+            }
+            case 7:
+                if (y % 2 == 0) return (P(x + (y >> 1), -1) + P(x + (y >> 1) + 1, -1) + 1) >> 1;
+                return (P(x + (y >> 1), -1) + 2 * P(x + (y >> 1) + 1, -1) + P(x + (y >> 1) + 2, -1) + 2) >> 2;
+            default: {
+                const int z = x + 2 * y;
+                if (z > 13) return P(-1, 7);
+                if (z == 13) return (P(-1, 6) + 3 * P(-1, 7) + 2) >> 2;
+                if (z % 2 == 0) return (P(-1, y + (x >> 1)) + P(-1, y + (x >> 1) + 1) + 1) >> 1;
+                return (P(-1, y + (x >> 1)) + 2 * P(-1, y + (x >> 1) + 1) + P(-1, y + (x >> 1) + 2) + 2) >> 2;
+            }
+        }
+    }
+};
+
+// Neighbours mode m needs, read from the mode names.
+bool intra8x8Possible(int m, int avail) {
+    const bool t = avail & kT, l = avail & kL, c = avail & kTL;
+    switch (m) {
+        case 0: case 3: case 7: return t;
+        case 1: case 8: return l;
+        case 2: return true;
+        default: return t && l && c;
+    }
+}
+
+template <class Pixel, class Call>
+void checkIntra8x8(int bitDepth, Call call) {
+    std::mt19937 rng(81 + bitDepth);
+    const int maxVal = (1 << bitDepth) - 1;
+    for (int trial = 0; trial < 6; ++trial)
+        for (int avail = 0; avail < 16; ++avail)
+            for (int mode = 0; mode < 9; ++mode) {
+                const int flags = (avail & 3) | ((avail & 4) ? kTL : 0) | ((avail & 8) ? kTR : 0) | (trial & 1 ? 0x90 : 0);
+                Area8<Pixel> a(rng, maxVal, trial >= 4);
+                std::vector<Pixel> expect = a.mem;
+                const bool ok = intra8x8Possible(mode, flags);
+                const Model8<Pixel> m{a, flags};
+                for (int y = 0; ok && y < 8; ++y)
+                    for (int x = 0; x < 8; ++x)
+                        expect[(Area8<Pixel>::kOrgY + y) * Area8<Pixel>::kStep + Area8<Pixel>::kOrgX + x] =
+                            static_cast<Pixel>(m.predict(mode, x, y, bitDepth));
+                ASSERT_EQ(call(a.blk(), Area8<Pixel>::kStep, mode, flags),
+                          ok ? ZubStatusOk : ZubStatusNeighbourUnavailable)
+                    << "mode " << mode << " flags " << flags;
+                ASSERT_EQ(a.mem, expect) << "bit depth " << bitDepth << " mode " << mode << " flags " << flags;
+            }
+}
+
+TEST(Intra8x8, EveryModeAndFlagCombinationMatchesModel) {
+    checkIntra8x8<Zub8u>(8, [](Zub8u* d, int s, int m, int f) { return zubiPredictIntra_8x8_H264_8u_C1IR(d, s, m, f); });
+    for (int bitDepth : {8, 9, 10, 14})
+        checkIntra8x8<Zub16u>(bitDepth, [bitDepth](Zub16u* d, int s, int m, int f) {
+            return zubiPredictIntra_8x8_H264_16u_C1IR(d, s, m, f, bitDepth);
+        });
+}
+
+TEST(Intra8x8, ChecksInOrderWriteNothing) {
+    Zub8u pic[16 * 16] = {};
+    Zub16u pic16[16 * 16] = {};
+    Zub8u* b = pic + 17;
+    Zub16u* b16 = pic16 + 17;
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_8u_C1IR(nullptr, 7, 9, 0), ZubStatusNullPointer);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_8u_C1IR(b, 7, 9, 0), ZubStatusBadStep);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_8u_C1IR(b, 16, 9, 0), ZubStatusOutOfRange);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_8u_C1IR(b, 16, -1, 0), ZubStatusOutOfRange);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_8u_C1IR(b, 16, 4, kT | kL), ZubStatusNeighbourUnavailable);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(nullptr, 7, 9, 0, 7), ZubStatusNullPointer);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(b16, 7, 9, 0, 7), ZubStatusBadStep);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(b16, 16, 9, 0, 10), ZubStatusOutOfRange);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(b16, 16, 2, 0, 15), ZubStatusOutOfRange);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(b16, 16, 2, 0, 7), ZubStatusOutOfRange);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(b16, 16, 8, kT | kTL | kTR, 10), ZubStatusNeighbourUnavailable);
+    for (Zub8u v : pic) ASSERT_EQ(v, 0);
+    for (Zub16u v : pic16) ASSERT_EQ(v, 0);
+}
+
 }  // namespace
