@@ -121,6 +121,11 @@ void Decoder::deblockPicture() {
                     }
                 }
             }
+            if (s.t8x8[mb])  // the 8x8 transform leaves the luma edges 4 and 12 unfiltered
+                for (int e : {1, 3}) {
+                    std::fill_n(bsV + 4 * e, 4, Zub8u{0});
+                    std::fill_n(bsH + 4 * e, 4, Zub8u{0});
+                }
             const int qpq = qpOf(mb);
             const int qpLeft = left ? qpOf(mb - 1) : qpq, qpTop = top ? qpOf(mb - w) : qpq;
 

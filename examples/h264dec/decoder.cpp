@@ -30,17 +30,36 @@ int maxDpbMbs(int level) {
     }
 }
 
-void skipScalingList(BitReader& br, int size) {
+// Raster positions of the zig-zag scans of 4x4 and 8x8 frame blocks
+// (Tables 8-13 and 8-14): scaling lists are coded in this order.
+const uint8_t kZigzag4x4[16] = {0, 1, 4, 8, 5, 2, 3, 6, 9, 12, 13, 10, 7, 11, 14, 15};
+const uint8_t kZigzag8x8[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
+                                12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
+                                35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
+                                58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+
+// scaling_list() of clause 7.3.2.1.1.1, stored in raster order.
+ScalingLists::State readScalingList(BitReader& br, uint8_t* list, int size) {
+    const uint8_t* scan = size == 16 ? kZigzag4x4 : kZigzag8x8;
     int last = 8, next = 8;
     for (int j = 0; j < size; ++j) {
         if (next != 0) {
             const int delta = br.seRange(-128, 127, "delta_scale");
             next = (last + delta + 256) % 256;
-            if (j == 0 && next == 0) throw DecodeError("scaling matrices are not supported");
+            if (j == 0 && next == 0) return ScalingLists::UseDefault;
         }
-        if (next != 0 && next != 16) throw DecodeError("scaling matrices are not supported");
-        last = next == 0 ? last : next;
+        list[scan[j]] = static_cast<uint8_t>(next == 0 ? last : next);
+        last = list[scan[j]];
     }
+    return ScalingLists::Present;
+}
+
+void readScalingLists(BitReader& br, ScalingLists& s, int count8x8) {
+    s.present = true;
+    for (int i = 0; i < 6; ++i)
+        s.state4[i] = br.flag() ? readScalingList(br, s.list4[i], 16) : ScalingLists::Absent;
+    for (int i = 0; i < count8x8; ++i)
+        s.state8[i] = br.flag() ? readScalingList(br, s.list8[i], 64) : ScalingLists::Absent;
 }
 
 void parseHrd(BitReader& br) {
@@ -118,11 +137,8 @@ void Decoder::parseSps(BitReader& br) {
         s.profileIdc == 135) {
         if (br.ueMax(3, "chroma_format_idc") != 1) throw DecodeError("only 4:2:0 is supported");
         if (br.ue() != 0 || br.ue() != 0) throw DecodeError("only 8-bit samples are supported");
-        br.flag();  // qpprime_y_zero_transform_bypass_flag
-        if (br.flag()) {
-            for (int i = 0; i < 8; ++i)
-                if (br.flag()) skipScalingList(br, i < 6 ? 16 : 64);
-        }
+        if (br.flag()) throw DecodeError("lossless coding (transform bypass) is not supported");
+        if (br.flag()) readScalingLists(br, s.scaling, 2);
     }
     s.log2MaxFrameNum = static_cast<int>(br.ueMax(12, "log2_max_frame_num_minus4")) + 4;
     s.pocType = static_cast<int>(br.ueMax(2, "pic_order_cnt_type"));
@@ -182,11 +198,8 @@ void Decoder::parsePps(BitReader& br) {
     p.constrainedIntraPred = br.flag();
     p.redundantPicCntPresent = br.flag();
     if (br.moreRbspData()) {
-        if (br.flag()) throw DecodeError("the 8x8 transform is not supported");
-        if (br.flag()) {
-            for (int i = 0; i < 6; ++i)
-                if (br.flag()) skipScalingList(br, 16);
-        }
+        p.transform8x8Mode = br.flag();
+        if (br.flag()) readScalingLists(br, p.scaling, p.transform8x8Mode ? 2 : 0);
         p.secondChromaQpIndexOffset = br.seRange(-12, 12, "second_chroma_qp_index_offset");
     }
     p.valid = true;

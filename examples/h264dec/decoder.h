@@ -16,6 +16,17 @@
 
 namespace h264dec {
 
+// Scaling lists of a parameter set as coded (clause 7.3.2.1.1.1): per list
+// absent, present, or "use the default"; values in raster order.  The 4x4
+// lists are Intra Y, Cb, Cr, Inter Y, Cb, Cr; the 8x8 lists Intra Y, Inter Y
+// (then Cb and Cr for 4:4:4).
+struct ScalingLists {
+    enum State : uint8_t { Absent, Present, UseDefault };
+    bool present = false;  // seq_/pic_scaling_matrix_present_flag
+    State state4[6] = {}, state8[6] = {};
+    uint8_t list4[6][16] = {}, list8[6][64] = {};
+};
+
 struct Sps {
     bool valid = false;
     int profileIdc = 0, levelIdc = 0;
@@ -32,6 +43,7 @@ struct Sps {
     int cropLeft = 0, cropRight = 0, cropTop = 0, cropBottom = 0;  // in samples
     int maxDecFrameBuffering = -1;                                   // VUI, -1 absent
     int fpsNum = 25, fpsDen = 1;
+    ScalingLists scaling;
 };
 
 struct Pps {
@@ -45,6 +57,8 @@ struct Pps {
     bool redundantPicCntPresent = false;
     bool bottomFieldPicOrderInFramePresent = false;
     bool weightedPred = false;
+    bool transform8x8Mode = false;
+    ScalingLists scaling;
 };
 
 struct Mmco {

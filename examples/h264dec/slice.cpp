@@ -28,6 +28,99 @@ struct PaddedScan {
 constexpr PaddedScan kScan;
 const Zub32u* const kZigzag = kScan.v + 16;
 
+// The four 4x4 blocks of an 8x8 block coded with CAVLC interleave: level k
+// of block i4x4 is coefficient 4k + i4x4 of the 8x8 zig-zag scan (clause
+// 7.3.5.3.2).  The 4x4 blocks are read in scan order (identity positions)
+// and scattered through this table of 8x8 raster positions.
+struct Identity16 {
+    Zub32u v[48];
+    constexpr Identity16() : v{} {
+        for (int i = 0; i < 16; ++i) v[16 + i] = static_cast<Zub32u>(i);
+    }
+};
+constexpr Identity16 kIdentity;
+const uint8_t kZigzag8x8[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
+                                12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
+                                35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
+                                58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+
+// Default scaling lists, Tables 7-3 and 7-4, in zig-zag order.
+const uint8_t kDefault4x4[2][16] = {{6, 13, 13, 20, 20, 20, 28, 28, 28, 28, 32, 32, 32, 37, 37, 42},
+                                    {10, 14, 14, 20, 20, 20, 24, 24, 24, 24, 27, 27, 27, 30, 30, 34}};
+const uint8_t kDefault8x8[2][64] = {
+    {6,  10, 10, 13, 11, 13, 16, 16, 16, 16, 18, 18, 18, 18, 18, 23, 23, 23, 23, 23, 23, 25,
+     25, 25, 25, 25, 25, 25, 27, 27, 27, 27, 27, 27, 27, 27, 29, 29, 29, 29, 29, 29, 29, 31,
+     31, 31, 31, 31, 31, 33, 33, 33, 33, 33, 36, 36, 36, 36, 38, 38, 38, 40, 40, 42},
+    {9,  13, 13, 15, 13, 15, 17, 17, 17, 17, 19, 19, 19, 19, 19, 21, 21, 21, 21, 21, 21, 22,
+     22, 22, 22, 22, 22, 22, 24, 24, 24, 24, 24, 24, 24, 24, 25, 25, 25, 25, 25, 25, 25, 27,
+     27, 27, 27, 27, 27, 28, 28, 28, 28, 28, 30, 30, 30, 30, 32, 32, 32, 33, 33, 35}};
+
+// normAdjust8x8 of clause 8.5.9 (equation 8-318).
+int normAdjust8x8(int m, int i, int j) {
+    static const int v[6][6] = {{20, 18, 32, 19, 25, 24}, {22, 19, 35, 21, 28, 26}, {26, 23, 42, 24, 33, 31},
+                                {28, 25, 45, 26, 35, 33}, {32, 28, 51, 30, 40, 38}, {36, 32, 58, 34, 46, 43}};
+    if (i % 4 == 0 && j % 4 == 0) return v[m][0];
+    if (i % 2 == 1 && j % 2 == 1) return v[m][1];
+    if (i % 4 == 2 && j % 4 == 2) return v[m][2];
+    if ((i % 4 == 0 && j % 2 == 1) || (i % 2 == 1 && j % 4 == 0)) return v[m][3];
+    if ((i % 4 == 0 && j % 4 == 2) || (i % 4 == 2 && j % 4 == 0)) return v[m][4];
+    return v[m][5];
+}
+
+// The weight matrices in force (clause 7.4.2.1.1, fall-back rules A and B),
+// raster order.
+struct Weights {
+    uint8_t w4[6][16], w8[2][64];
+};
+
+void defaultList4(uint8_t* out, int inter) {
+    for (int k = 0; k < 16; ++k) out[kZigzag[k]] = kDefault4x4[inter][k];
+}
+void defaultList8(uint8_t* out, int inter) {
+    for (int k = 0; k < 64; ++k) out[kZigzag8x8[k]] = kDefault8x8[inter][k];
+}
+
+// Applies one parameter set's lists over `fallback` (rule A: the defaults;
+// rule B: the sequence-level lists) for the first list of each group.
+Weights applyLists(const ScalingLists& l, const Weights& fallback) {
+    Weights w{};
+    for (int i = 0; i < 6; ++i) {
+        if (l.state4[i] == ScalingLists::Present) std::memcpy(w.w4[i], l.list4[i], 16);
+        else if (l.state4[i] == ScalingLists::UseDefault) defaultList4(w.w4[i], i >= 3);
+        else if (i == 0 || i == 3) std::memcpy(w.w4[i], fallback.w4[i], 16);
+        else std::memcpy(w.w4[i], w.w4[i - 1], 16);
+    }
+    for (int i = 0; i < 2; ++i) {
+        if (l.state8[i] == ScalingLists::Present) std::memcpy(w.w8[i], l.list8[i], 64);
+        else if (l.state8[i] == ScalingLists::UseDefault) defaultList8(w.w8[i], i);
+        else std::memcpy(w.w8[i], fallback.w8[i], 64);
+    }
+    return w;
+}
+
+// LevelScale4x4 and LevelScale8x8 of the active parameter sets.
+void resolveScaling(const Sps& sps, const Pps& pps, Decoder::SliceState& s) {
+    s.flatScaling = !sps.scaling.present && !pps.scaling.present;
+    if (s.flatScaling) return;
+    Weights flat{}, defaults{};
+    std::memset(&flat, 16, sizeof flat);
+    for (int i = 0; i < 6; ++i) defaultList4(defaults.w4[i], i >= 3);
+    for (int i = 0; i < 2; ++i) defaultList8(defaults.w8[i], i);
+    // Lists absent from the picture parameter set fall back to the sequence's
+    // (rule B) when the sequence parameter set has a matrix, else to the
+    // defaults (rule A).
+    const Weights seq = sps.scaling.present ? applyLists(sps.scaling, defaults) : flat;
+    const Weights w = pps.scaling.present ? applyLists(pps.scaling, sps.scaling.present ? seq : defaults) : seq;
+    for (int m = 0; m < 6; ++m) {
+        for (int i = 0; i < 6; ++i)
+            for (int k = 0; k < 16; ++k)
+                s.levelScale4[i][m][k] = static_cast<int16_t>(w.w4[i][k] * InvLevelScale_4x4_default[m][k] / 16);
+        for (int i = 0; i < 2; ++i)
+            for (int k = 0; k < 64; ++k)
+                s.levelScale8[i][m][k] = static_cast<int16_t>(w.w8[i][k] * normAdjust8x8(m, k / 8, k % 8));
+    }
+}
+
 // coded_block_pattern for codeNum (Table 9-4, ChromaArrayType 1 and 2):
 // {Intra_4x4, Inter}.
 const uint8_t kCbpTable[48][2] = {
@@ -77,16 +170,22 @@ private:
         s_.sliceNum[static_cast<size_t>(mbAddr)] = s_.curSlice;
     }
     uint8_t* nnz(int mbAddr) { return &s_.nnz[static_cast<size_t>(mbAddr) * 24]; }
+    uint8_t* tc(int mbAddr) { return &s_.tc[static_cast<size_t>(mbAddr) * 24]; }
+    void clearCounts(int mbAddr, uint8_t v) {
+        std::memset(nnz(mbAddr), v, 24);
+        std::memset(tc(mbAddr), v, 24);
+        s_.t8x8[static_cast<size_t>(mbAddr)] = 0;
+    }
     int lumaNc(int bx, int by);
     int chromaNc(int comp, int bx, int by);
     int residualBlock(Zub16s*& p, int nC, int maxCoeff);
     int chromaDc(Zub16s* dc);
-    void intra4x4Modes(Zub8u modes[16]);
+    void intraNxNModes(Zub8u* modes, bool t8x8);
     Neighbour neighbour(int xN, int yN, uint32_t decoded) const;
     void predictMv(int x, int y, int w, int h, int ref, int shape, uint32_t decoded, int& mvx, int& mvy) const;
     void storeMotion(int x, int y, int w, int h, int ref, int mvx, int mvy, uint32_t& decoded);
     void motionCompensate(int x, int y, int w, int h, int ref, int mvx, int mvy);
-    void residual(bool i16, int cbpLuma, int cbpChroma, int qp, Zub32u& cbp4x4, Zub32u& cbpC);
+    void residual(bool i16, bool t8x8, int cbpLuma, int cbpChroma, int qp, Zub32u& cbpLumaBlocks, Zub32u& cbpC);
     void intraAvailability(int& avail) const;
 
     Decoder::SliceState& s_;
@@ -103,26 +202,26 @@ private:
 };
 
 int MbDecoder::lumaNc(int bx, int by) {
-    const uint8_t* cur = nnz(addr_);
+    const uint8_t* cur = tc(addr_);
     int nA = 0, nB = 0;
     bool a = true, b = true;
     if (bx > 0) nA = cur[by * 4 + bx - 1];
-    else if ((a = mbAvail(mbX_ - 1, mbY_))) nA = nnz(addr_ - 1)[by * 4 + 3];
+    else if ((a = mbAvail(mbX_ - 1, mbY_))) nA = tc(addr_ - 1)[by * 4 + 3];
     if (by > 0) nB = cur[(by - 1) * 4 + bx];
-    else if ((b = mbAvail(mbX_, mbY_ - 1))) nB = nnz(addr_ - s_.wMbs)[12 + bx];
+    else if ((b = mbAvail(mbX_, mbY_ - 1))) nB = tc(addr_ - s_.wMbs)[12 + bx];
     if (a && b) return (nA + nB + 1) >> 1;
     return a ? nA : (b ? nB : 0);
 }
 
 int MbDecoder::chromaNc(int comp, int bx, int by) {
     const int base = 16 + 4 * comp;
-    const uint8_t* cur = nnz(addr_);
+    const uint8_t* cur = tc(addr_);
     int nA = 0, nB = 0;
     bool a = true, b = true;
     if (bx > 0) nA = cur[base + by * 2];
-    else if ((a = mbAvail(mbX_ - 1, mbY_))) nA = nnz(addr_ - 1)[base + by * 2 + 1];
+    else if ((a = mbAvail(mbX_ - 1, mbY_))) nA = tc(addr_ - 1)[base + by * 2 + 1];
     if (by > 0) nB = cur[base + bx];
-    else if ((b = mbAvail(mbX_, mbY_ - 1))) nB = nnz(addr_ - s_.wMbs)[base + 2 + bx];
+    else if ((b = mbAvail(mbX_, mbY_ - 1))) nB = tc(addr_ - s_.wMbs)[base + 2 + bx];
     if (a && b) return (nA + nB + 1) >> 1;
     return a ? nA : (b ? nB : 0);
 }
@@ -155,24 +254,55 @@ int MbDecoder::chromaDc(Zub16s* dc) {
 
 // Residual of one macroblock (clause 7.3.5.3 with CAVLC): fills the packed
 // luma and chroma coefficient buffers and the TotalCoeff counts; returns the
-// masks of present 4x4 blocks.
-void MbDecoder::residual(bool i16, int cbpLuma, int cbpChroma, int qp, Zub32u& cbp4x4, Zub32u& cbpC) {
-    uint8_t* counts = nnz(addr_);
+// masks of present blocks (luma: 4x4 blocks, or 8x8 blocks with t8x8).
+void MbDecoder::residual(bool i16, bool t8x8, int cbpLuma, int cbpChroma, int qp, Zub32u& cbpLumaBlocks,
+                         Zub32u& cbpC) {
+    uint8_t* counts = tc(addr_);
     std::memset(counts, 0, 24);
-    cbp4x4 = 0;
+    cbpLumaBlocks = 0;
     cbpC = 0;
     if (i16) {
         std::fill_n(lumaDc_, 16, Zub16s{0});
         Zub16s* p = lumaDc_;
-        if (residualBlock(p, lumaNc(0, 0), 16) > 0) zubiTransformQuantInvLumaDC4x4_H264_16s_C1I(lumaDc_, qp, nullptr);
+        if (residualBlock(p, lumaNc(0, 0), 16) > 0)
+            zubiTransformQuantInvLumaDC4x4_H264_16s_C1I(lumaDc_, qp, s_.scale4(0, qp));
     }
     Zub16s* p = lumaCoef_;
-    for (int n = 0; n < 16; ++n) {
-        if (!(cbpLuma & (1 << (n >> 2)))) continue;
-        const int bx = blkX(n), by = blkY(n);
-        const int total = residualBlock(p, lumaNc(bx, by), i16 ? 15 : 16);
-        counts[by * 4 + bx] = static_cast<uint8_t>(total);
-        if (total) cbp4x4 |= 1u << n;
+    if (t8x8) {
+        for (int b8 = 0; b8 < 4; ++b8) {
+            if (!(cbpLuma & (1 << b8))) continue;
+            Zub16s* block = p;
+            std::fill_n(block, 64, Zub16s{0});
+            int any = 0;
+            for (int i4 = 0; i4 < 4; ++i4) {
+                const int n = 4 * b8 + i4, bx = blkX(n), by = blkY(n);
+                Zub16s levels[16], *q = levels;
+                const Zub32u* w = br_.cursorWord();
+                Zub32u off = br_.cursorOffset();
+                Zub16s total = 0;
+                if (zubiDecodeCAVLCCoeffs_H264_1u16s(&w, &off, &total, &q, static_cast<Zub32u>(lumaNc(bx, by)), 16,
+                                                     tables_.coeffToken, tables_.totalZeros, tables_.runBefore,
+                                                     kIdentity.v + 16) < 0 ||
+                    total < 0 || total > 16)
+                    throw DecodeError("invalid residual block code");
+                br_.setCursor(w, off);
+                counts[by * 4 + bx] = static_cast<uint8_t>(total);
+                any |= total;
+                for (int k = 0; total && k < 16; ++k) block[kZigzag8x8[4 * k + i4]] = levels[k];
+            }
+            if (any) {
+                cbpLumaBlocks |= 1u << b8;
+                p += 64;
+            }
+        }
+    } else {
+        for (int n = 0; n < 16; ++n) {
+            if (!(cbpLuma & (1 << (n >> 2)))) continue;
+            const int bx = blkX(n), by = blkY(n);
+            const int total = residualBlock(p, lumaNc(bx, by), i16 ? 15 : 16);
+            counts[by * 4 + bx] = static_cast<uint8_t>(total);
+            if (total) cbpLumaBlocks |= 1u << n;
+        }
     }
     std::fill_n(chromaDc_, 8, Zub16s{0});
     if (cbpChroma) {
@@ -188,12 +318,29 @@ void MbDecoder::residual(bool i16, int cbpLuma, int cbpChroma, int qp, Zub32u& c
                 if (total) cbpC |= 1u << (4 * comp + n);
             }
     }
+    // The deblocking filter sees the coefficients of a whole 8x8 block in each
+    // of its 4x4 blocks (clause 8.7.2.1).
+    uint8_t* nz = nnz(addr_);
+    std::memcpy(nz, counts, 24);
+    s_.t8x8[static_cast<size_t>(addr_)] = t8x8;
+    if (t8x8)
+        for (int b8 = 0; b8 < 4; ++b8) {
+            const int x = (b8 & 1) * 2, y = (b8 >> 1) * 2;
+            const uint8_t v = (cbpLumaBlocks >> b8) & 1 ? 16 : 0;
+            nz[y * 4 + x] = nz[y * 4 + x + 1] = nz[y * 4 + x + 4] = nz[y * 4 + x + 5] = v;
+        }
 }
 
-void MbDecoder::intra4x4Modes(Zub8u modes[16]) {
+// Intra4x4PredMode or Intra8x8PredMode (clauses 8.3.1.1, 8.3.2.1).  The modes
+// are kept per 4x4 block; an 8x8 block stores its mode in all four, so that a
+// neighbouring 8x8 block reads its left neighbour's block 1 and its upper
+// neighbour's block 2, as clause 8.3.2.1 asks of 4x4-coded neighbours.
+void MbDecoder::intraNxNModes(Zub8u* modes, bool t8x8) {
     int8_t* stored = &s_.ipred[static_cast<size_t>(addr_) * 16];
     const bool leftOk = mbAvailIntra(mbX_ - 1, mbY_), topOk = mbAvailIntra(mbX_, mbY_ - 1);
-    for (int n = 0; n < 16; ++n) {
+    const int count = t8x8 ? 4 : 16;
+    for (int i = 0; i < count; ++i) {
+        const int n = t8x8 ? 4 * i : i;
         const int bx = blkX(n), by = blkY(n);
         int a = -1, b = -1;
         if (bx > 0) a = stored[by * 4 + bx - 1];
@@ -209,7 +356,8 @@ void MbDecoder::intra4x4Modes(Zub8u modes[16]) {
             mode = rem < pred ? rem : rem + 1;
         }
         stored[by * 4 + bx] = static_cast<int8_t>(mode);
-        modes[n] = static_cast<Zub8u>(mode);
+        if (t8x8) stored[by * 4 + bx + 1] = stored[by * 4 + bx + 4] = stored[by * 4 + bx + 5] = static_cast<int8_t>(mode);
+        modes[i] = static_cast<Zub8u>(mode);
     }
 }
 
@@ -339,7 +487,7 @@ void MbDecoder::skip(int mbAddr) {
     if (refs_.empty() || !refs_[0]) throw DecodeError("P_Skip without a reference picture");
     s_.kind[static_cast<size_t>(mbAddr)] = MbInter;
     s_.qp[static_cast<size_t>(mbAddr)] = static_cast<int8_t>(s_.curQp);
-    std::memset(nnz(mbAddr), 0, 24);
+    clearCounts(mbAddr, 0);
     std::fill_n(&s_.ipred[static_cast<size_t>(mbAddr) * 16], 16, int8_t{2});
     // Clause 8.4.1.1.
     const Neighbour a = neighbour(-1, 0, 0), b = neighbour(0, -1, 0);
@@ -383,15 +531,16 @@ void MbDecoder::macroblock(int mbAddr) {
             for (int p = 1; p < 3; ++p)
                 for (int y = 0; y < 8; ++y)
                     for (int x = 0; x < 8; ++x) plane[p][y * cur_.stride[p] + x] = static_cast<uint8_t>(br_.u(8));
-            std::memset(nnz(mbAddr), 16, 24);
+            clearCounts(mbAddr, 16);
             std::fill_n(&s_.ipred[a * 16], 16, int8_t{2});
             s_.qp[a] = static_cast<int8_t>(s_.curQp);
             return;
         }
         Zub8u modes[16];
         int predMode16 = 0, cbpLuma = 0, cbpChroma = 0;
+        const bool t8x8 = mbType == 0 && s_.transform8x8Mode && br_.flag();
         if (mbType == 0) {
-            intra4x4Modes(modes);
+            intraNxNModes(modes, t8x8);
         } else {
             std::fill_n(&s_.ipred[a * 16], 16, int8_t{2});
             predMode16 = static_cast<int>((mbType - 1) % 4);
@@ -406,27 +555,33 @@ void MbDecoder::macroblock(int mbAddr) {
         }
         if (cbpLuma || cbpChroma || mbType != 0) s_.curQp = (s_.curQp + br_.seRange(-26, 25, "mb_qp_delta") + 52) % 52;
         s_.qp[a] = static_cast<int8_t>(s_.curQp);
-        Zub32u cbp4x4, cbpC;
-        residual(mbType != 0, cbpLuma, cbpChroma, s_.curQp, cbp4x4, cbpC);
+        Zub32u cbpBlocks, cbpC;
+        const int qp = s_.curQp;
+        residual(mbType != 0, t8x8, cbpLuma, cbpChroma, qp, cbpBlocks, cbpC);
         int avail;
         intraAvailability(avail);
         Zub16s* lp = lumaCoef_;
         ZubStatus st;
-        if (mbType == 0)
-            st = zubiReconstructLumaIntraMB_H264_16s8u_C1R(&lp, plane[0], cur_.stride[0], modes, cbp4x4, s_.curQp, avail);
+        if (t8x8)
+            st = zubiReconstructLumaIntra8x8MB_H264High_16s8u_C1R(&lp, plane[0], cur_.stride[0], modes, cbpBlocks, qp,
+                                                                  s_.scale8(0, qp), avail);
+        else if (mbType == 0)
+            st = zubiReconstructLumaIntra4x4MB_H264High_16s8u_C1R(&lp, plane[0], cur_.stride[0], modes, cbpBlocks, qp,
+                                                                  s_.scale4(0, qp), avail);
         else
-            st = zubiReconstructLumaIntra16x16MB_H264_16s8u_C1R(&lp, plane[0], cur_.stride[0], predMode16, lumaDc_,
-                                                                 cbp4x4, s_.curQp, avail);
+            st = zubiReconstructLumaIntra16x16MB_H264High_16s8u_C1R(&lp, plane[0], cur_.stride[0], predMode16, lumaDc_,
+                                                                    cbpBlocks, qp, s_.scale4(0, qp), avail);
         if (st < 0) throw DecodeError("intra luma prediction needs missing neighbours");
-        const int qpc[2] = {chromaQp(std::clamp(s_.curQp + s_.chromaOffset[0], 0, 51)),
-                            chromaQp(std::clamp(s_.curQp + s_.chromaOffset[1], 0, 51))};
+        const int qpc[2] = {chromaQp(std::clamp(qp + s_.chromaOffset[0], 0, 51)),
+                            chromaQp(std::clamp(qp + s_.chromaOffset[1], 0, 51))};
         if (cbpChroma) {
-            zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_, qpc[0], nullptr);
-            zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_ + 4, qpc[1], nullptr);
+            zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_, qpc[0], s_.scale4(1, qpc[0]));
+            zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_ + 4, qpc[1], s_.scale4(2, qpc[1]));
         }
         Zub16s* cp = chromaCoef_;
-        if (zubiReconstructChromaIntraMB_H264_16s8u_P2R(&cp, plane[1], plane[2], cur_.stride[1], chromaMode, chromaDc_,
-                                                        cbpC, qpc[0], qpc[1], avail) < 0)
+        if (zubiReconstructChromaIntraMB_H264High_16s8u_P2R(&cp, plane[1], plane[2], cur_.stride[1], chromaMode,
+                                                            chromaDc_, cbpC, qpc[0], qpc[1], s_.scale4(1, qpc[0]),
+                                                            s_.scale4(2, qpc[1]), avail) < 0)
             throw DecodeError("intra chroma prediction needs missing neighbours");
         return;
     }
@@ -443,6 +598,7 @@ void MbDecoder::macroblock(int mbAddr) {
     };
     if (numRef == 1 && !refs_[0]) throw DecodeError("no reference picture");
     uint32_t decoded = 0;
+    bool small = false;  // a sub-macroblock partition below 8x8: no 8x8 transform
     if (mbType < 3) {
         const int parts = mbType == 0 ? 1 : 2;
         const int pw = mbType == 2 ? 8 : 16, ph = mbType == 1 ? 8 : 16;
@@ -464,7 +620,10 @@ void MbDecoder::macroblock(int mbAddr) {
         }
     } else {
         int sub[4], ref[4] = {0, 0, 0, 0};
-        for (int& t : sub) t = static_cast<int>(br_.ueMax(3, "sub_mb_type"));
+        for (int& t : sub) {
+            t = static_cast<int>(br_.ueMax(3, "sub_mb_type"));
+            small |= t != 0;
+        }
         if (mbType == 3)
             for (int& r : ref) r = readRef();
         else if (!refs_[0])
@@ -493,22 +652,25 @@ void MbDecoder::macroblock(int mbAddr) {
     }
     const int cbp = kCbpTable[br_.ueMax(47, "coded_block_pattern")][1];
     const int cbpLuma = cbp & 15, cbpChroma = cbp >> 4;
+    const bool t8x8 = cbpLuma && s_.transform8x8Mode && !small && br_.flag();
     if (cbp) s_.curQp = (s_.curQp + br_.seRange(-26, 25, "mb_qp_delta") + 52) % 52;
-    s_.qp[a] = static_cast<int8_t>(s_.curQp);
-    Zub32u cbp4x4, cbpC;
-    residual(false, cbpLuma, cbpChroma, s_.curQp, cbp4x4, cbpC);
-    if (cbp4x4) {
+    const int qp = s_.curQp;
+    s_.qp[a] = static_cast<int8_t>(qp);
+    Zub32u cbpBlocks, cbpC;
+    residual(false, t8x8, cbpLuma, cbpChroma, qp, cbpBlocks, cbpC);
+    if (cbpBlocks) {
         Zub16s* lp = lumaCoef_;
-        zubiReconstructLumaInter4x4MB_H264_16s8u_C1R(&lp, plane[0], cur_.stride[0], cbp4x4, s_.curQp);
+        zubiReconstructLumaInterMB_H264High_16s8u_C1R(&lp, plane[0], cur_.stride[0], cbpBlocks, qp,
+                                                      t8x8 ? s_.scale8(1, qp) : s_.scale4(3, qp), t8x8);
     }
     if (cbpChroma) {
-        const int qpc[2] = {chromaQp(std::clamp(s_.curQp + s_.chromaOffset[0], 0, 51)),
-                            chromaQp(std::clamp(s_.curQp + s_.chromaOffset[1], 0, 51))};
-        zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_, qpc[0], nullptr);
-        zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_ + 4, qpc[1], nullptr);
+        const int qpc[2] = {chromaQp(std::clamp(qp + s_.chromaOffset[0], 0, 51)),
+                            chromaQp(std::clamp(qp + s_.chromaOffset[1], 0, 51))};
+        zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_, qpc[0], s_.scale4(4, qpc[0]));
+        zubiTransformQuantInvChromaDC2x2_H264_16s_C1I(chromaDc_ + 4, qpc[1], s_.scale4(5, qpc[1]));
         Zub16s* cp = chromaCoef_;
-        zubiReconstructChromaInterMB_H264_16s8u_P2R(&cp, plane[1], plane[2], cur_.stride[1], chromaDc_, cbpC, qpc[0],
-                                                   qpc[1]);
+        zubiReconstructChromaInterMB_H264High_16s8u_P2R(&cp, plane[1], plane[2], cur_.stride[1], chromaDc_, cbpC,
+                                                        qpc[0], qpc[1], s_.scale4(4, qpc[0]), s_.scale4(5, qpc[1]));
     }
 }
 
@@ -524,6 +686,8 @@ void Decoder::decodeSliceData(BitReader& br, const SliceHeader& sh) {
     s.chromaOffset[0] = pps_->chromaQpIndexOffset;
     s.chromaOffset[1] = pps_->secondChromaQpIndexOffset;
     s.constrainedIntra = pps_->constrainedIntraPred;
+    s.transform8x8Mode = pps_->transform8x8Mode;
+    resolveScaling(*sps_, *pps_, s);
     s.weights = sh.weighted ? &sh.weights : nullptr;
     MbDecoder mb(s, *cur_, refList_, br);
     int addr = sh.firstMb;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "decoder.h"
+#include "zubvc.h"
 
 namespace h264dec {
 
@@ -18,7 +19,13 @@ struct Decoder::SliceState {
     std::vector<int> sliceNum;     // -1: not decoded in this picture
     std::vector<uint8_t> kind;     // MbKind
     std::vector<int8_t> qp;        // QP_Y
-    std::vector<uint8_t> nnz;      // 24 per macroblock: luma 4x4 raster, Cb 2x2, Cr 2x2 (TotalCoeff)
+    // 24 per macroblock: luma 4x4 raster, Cb 2x2, Cr 2x2.  nnz says which
+    // blocks have coefficients for the deblocking filter (the whole 8x8 block
+    // with the 8x8 transform); tc holds TotalCoeff of each coded 4x4 block,
+    // the nC context of CAVLC.
+    std::vector<uint8_t> nnz;
+    std::vector<uint8_t> tc;
+    std::vector<uint8_t> t8x8;     // transform_size_8x8_flag
     std::vector<int8_t> ipred;     // 16 per macroblock: Intra4x4PredMode in 4x4 raster (2 elsewhere)
     // Per 4x4 luma block of the picture.
     std::vector<int16_t> mv;       // 2 per block, quarter samples
@@ -37,6 +44,15 @@ struct Decoder::SliceState {
     int numRefIdxActive = 1;
     int chromaOffset[2] = {0, 0};
     bool constrainedIntra = false;
+    bool transform8x8Mode = false;
+    // LevelScale4x4 (lists Intra Y, Cb, Cr, Inter Y, Cb, Cr) and LevelScale8x8
+    // (Intra Y, Inter Y) by qP % 6 in raster order (clause 8.5.9); flat
+    // matrices go to the library as null pointers.
+    bool flatScaling = true;
+    int16_t levelScale4[6][6][16] = {};
+    int16_t levelScale8[2][6][64] = {};
+    const Zub16s* scale4(int list, int qp) const { return flatScaling ? nullptr : levelScale4[list][qp % 6]; }
+    const Zub16s* scale8(int list, int qp) const { return flatScaling ? nullptr : levelScale8[list][qp % 6]; }
     const PredWeights* weights = nullptr;  // null: unweighted prediction
 
     void reset(int w, int h) {
@@ -47,6 +63,8 @@ struct Decoder::SliceState {
         kind.assign(n, MbNone);
         qp.assign(n, 0);
         nnz.assign(n * 24, 0);
+        tc.assign(n * 24, 0);
+        t8x8.assign(n, 0);
         ipred.assign(n * 16, 2);
         mv.assign(n * 32, 0);
         refIdx.assign(n * 16, -1);
