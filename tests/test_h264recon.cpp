@@ -655,4 +655,136 @@ TEST(ReconstructHigh, ChecksInOrderWriteNothing) {
     for (Zub16u v : pic16) ASSERT_EQ(v, 0);
 }
 
+// 4:2:2 chroma macroblocks, 8-bit and 10-bit: 8 x 16 prediction (intra), then
+// per plane the eight 4x4 blocks in raster order with their DC and present AC
+// levels, against the model with custom matrices.
+TEST(ReconstructChroma422MB, InterAndIntraMatchModel) {
+    std::mt19937 rng(42);
+    const int step = 24;
+    for (int trial = 0; trial < 160; ++trial) {
+        const bool intra = trial & 1, wide = trial & 2;
+        const int bitDepth = wide ? 10 : 8, maxVal = (1 << bitDepth) - 1;
+        const int mode = static_cast<int>(rng() % 4), avail = mode == 0 ? static_cast<int>(rng() & 35) : 35;
+        const int qpU = static_cast<int>(rng() % 40), qpV = static_cast<int>(rng() % 40);
+        const Matrix matU(rng, trial % 3 == 0), matV(rng, trial % 5 == 0);
+        const auto lsU = matU.scales4x4(qpU % 6), lsV = matV.scales4x4(qpV % 6);
+        int64_t lU[16], lV[16];
+        for (int i = 0; i < 16; ++i) lU[i] = lsU[i], lV[i] = lsV[i];
+        const Zub32u cbp = rng() & 0xFFFFu;
+        Zub32s dc[16];
+        for (auto& d : dc) d = (rng() % 2) ? 0 : static_cast<int>(rng() % 3001) - 1500;
+        std::vector<Zub16s> c16 = packedCoefs(rng, cbp, 16, qpU, true);
+        std::vector<Zub32s> c32(c16.begin(), c16.end());
+        std::vector<Zub16u> u(32 * step), v(32 * step);
+        for (auto& x : u) x = static_cast<Zub16u>(rng() & maxVal);
+        for (auto& x : v) x = static_cast<Zub16u>(rng() & maxVal);
+        std::vector<Zub16u> eu = u, ev = v;
+        const size_t at = 8 * step + 8;
+        if (intra) {
+            ASSERT_EQ(zubiPredictIntraChroma8x16_H264_16u_C1IR(&eu[at], step, mode, avail, bitDepth), ZubStatusOk);
+            ASSERT_EQ(zubiPredictIntraChroma8x16_H264_16u_C1IR(&ev[at], step, mode, avail, bitDepth), ZubStatusOk);
+        }
+        size_t k = 0;
+        for (int n = 0; n < 16; ++n) {
+            const int64_t d = dc[n];
+            const bool present = cbp & (1u << n);
+            Zub16u* blk = (n < 8 ? &eu[at] : &ev[at]) + ((n & 7) >> 1) * 4 * step + (n & 1) * 4;
+            addModelResidual(present ? &c16[k] : nullptr, &d, n < 8 ? qpU : qpV, blk, step, maxVal, n < 8 ? lU : lV);
+            k += present ? 16 : 0;
+        }
+        const Zub16s* pu = matU.arg(lsU);
+        const Zub16s* pv = matV.arg(lsV);
+        if (wide) {
+            Zub32s* p = c32.data();
+            ASSERT_EQ(intra ? zubiReconstructChroma422IntraMB_H264High_32s16u_P2R(&p, &u[at], &v[at], step, mode, dc, cbp,
+                                                                                 qpU, qpV, pu, pv, avail, bitDepth)
+                            : zubiReconstructChroma422InterMB_H264High_32s16u_P2R(&p, &u[at], &v[at], step, dc, cbp, qpU,
+                                                                                 qpV, pu, pv, bitDepth),
+                      ZubStatusOk);
+            EXPECT_EQ(p, c32.data() + k);
+        } else {
+            std::vector<Zub8u> u8(u.begin(), u.end()), v8(v.begin(), v.end());
+            Zub16s dc16[16];
+            for (int i = 0; i < 16; ++i) dc16[i] = static_cast<Zub16s>(dc[i]);
+            Zub16s* p = c16.data();
+            ASSERT_EQ(intra ? zubiReconstructChroma422IntraMB_H264High_16s8u_P2R(&p, &u8[at], &v8[at], step, mode, dc16,
+                                                                                cbp, qpU, qpV, pu, pv, avail)
+                            : zubiReconstructChroma422InterMB_H264High_16s8u_P2R(&p, &u8[at], &v8[at], step, dc16, cbp,
+                                                                                qpU, qpV, pu, pv),
+                      ZubStatusOk);
+            EXPECT_EQ(p, c16.data() + k);
+            u.assign(u8.begin(), u8.end());
+            v.assign(v8.begin(), v8.end());
+        }
+        ASSERT_EQ(u, eu) << trial;
+        ASSERT_EQ(v, ev) << trial;
+    }
+}
+
+// The 32s16u Intra4x4, Intra16x16 and 4:2:0 chroma forms equal the 16s8u
+// ones (tested against the model) at bit depth 8, with a custom matrix; at
+// bit depth 10 Intra16x16 DC prediction and DC-only residuals saturate at 1023.
+TEST(ReconstructMBHigh, WideFormsEqualEightBitForms) {
+    std::mt19937 rng(77);
+    const int step = 48;
+    for (int trial = 0; trial < 120; ++trial) {
+        const int kind = trial % 3;  // 0 Intra4x4, 1 Intra16x16, 2 chroma intra
+        const int qp = static_cast<int>(rng() % (kind == 2 ? 40 : 52)), avail = static_cast<int>(rng() & 99) | 35;
+        const Matrix mat(rng, trial % 4 == 0);
+        const auto ls = mat.scales4x4(qp % 6);
+        const Zub32u cbp = rng() & (kind == 2 ? 0xFFu : 0xFFFFu);
+        Zub8u modes[16];
+        for (auto& m : modes) m = static_cast<Zub8u>(rng() % 9);
+        const int mode = static_cast<int>(rng() % 4);
+        Zub16s dc[16];
+        for (auto& d : dc) d = static_cast<Zub16s>(static_cast<int>(rng() % 2001) - 1000);
+        Zub32s dc32[16];
+        std::copy(dc, dc + 16, dc32);
+        std::vector<Zub16s> c16 = packedCoefs(rng, cbp, kind == 2 ? 8 : 16, qp, kind != 0);
+        std::vector<Zub32s> c32(c16.begin(), c16.end());
+        std::vector<Zub8u> pic = randomBytes(rng, 48 * step);
+        std::vector<Zub16u> wide(pic.begin(), pic.end());
+        const size_t at = 16 * step + 16, atV = 16 * step + 32;
+        Zub16s* p = c16.data();
+        Zub32s* p32 = c32.data();
+        ZubStatus st8, st16;
+        if (kind == 0) {
+            st8 = zubiReconstructLumaIntra4x4MB_H264High_16s8u_C1R(&p, &pic[at], step, modes, cbp, qp, mat.arg(ls), avail);
+            st16 = zubiReconstructLumaIntra4x4MB_H264High_32s16u_C1R(&p32, &wide[at], step, modes, cbp, qp, mat.arg(ls),
+                                                                     avail, 8);
+        } else if (kind == 1) {
+            st8 = zubiReconstructLumaIntra16x16MB_H264High_16s8u_C1R(&p, &pic[at], step, mode, dc, cbp, qp, mat.arg(ls),
+                                                                     avail);
+            st16 = zubiReconstructLumaIntra16x16MB_H264High_32s16u_C1R(&p32, &wide[at], step, mode, dc32, cbp, qp,
+                                                                       mat.arg(ls), avail, 8);
+        } else {
+            st8 = zubiReconstructChromaIntraMB_H264High_16s8u_P2R(&p, &pic[at], &pic[atV], step, mode, dc, cbp, qp, qp,
+                                                                  mat.arg(ls), mat.arg(ls), avail);
+            st16 = zubiReconstructChromaIntraMB_H264High_32s16u_P2R(&p32, &wide[at], &wide[atV], step, mode, dc32, cbp,
+                                                                    qp, qp, mat.arg(ls), mat.arg(ls), avail, 8);
+        }
+        ASSERT_EQ(st8, st16) << trial;
+        ASSERT_EQ(p - c16.data(), p32 - c32.data()) << trial;
+        ASSERT_EQ(std::vector<Zub16u>(pic.begin(), pic.end()), wide) << "trial " << trial << " kind " << kind;
+    }
+    std::vector<Zub16u> pic(32 * 32, 1000);
+    Zub32s dc[16], none[16] = {};
+    std::fill_n(dc, 16, 64 * 40);  // +40 to every sample
+    Zub32s* p = none;
+    ASSERT_EQ(zubiReconstructLumaIntra16x16MB_H264High_32s16u_C1R(&p, &pic[8 * 32 + 8], 32, 2, dc, 0, 30, nullptr, 3, 10),
+              ZubStatusOk);
+    EXPECT_EQ(pic[8 * 32 + 8], 1023);
+    EXPECT_EQ(pic[23 * 32 + 23], 1023);
+    Zub32s* pc = none;
+    EXPECT_EQ(zubiReconstructChromaInterMB_H264High_32s16u_P2R(&pc, pic.data(), pic.data(), 8, dc, 0, 76, 0, nullptr,
+                                                               nullptr, 10),
+              ZubStatusOutOfRange);
+    EXPECT_EQ(zubiReconstructChromaInterMB_H264High_32s16u_P2R(&pc, pic.data(), pic.data(), 8, dc, 0, 75, 0, nullptr,
+                                                               nullptr, 15),
+              ZubStatusOutOfRange);
+    EXPECT_EQ(zubiReconstructChroma422IntraMB_H264High_16s8u_P2R(nullptr, nullptr, nullptr, 8, 0, nullptr, 0, 0, 0,
+                                                                 nullptr, nullptr, 0),
+              ZubStatusNullPointer);
+}
+
 }  // namespace

@@ -100,4 +100,29 @@ ZUBVC_API ZubStatus zubiPredictIntra_8x8_H264_8u_C1IR(Zub8u* pSrcDst, int srcDst
 ZUBVC_API ZubStatus zubiPredictIntra_8x8_H264_16u_C1IR(Zub16u* pSrcDst, int srcDstStep, int predMode,
                                                        int availability, int bitDepth);
 
+/* 16-bit samples (bit depths 9 to 14; 8 accepted), step in samples: the same
+ * modes, checks and results as the 8-bit functions above, with 128 replaced by
+ * 1 << (bitDepth - 1) (the 4x4 substitute and the DC without neighbours) and
+ * the plane prediction clamped to 0..(1 << bitDepth) - 1.  bitDepth outside
+ * 8..14 gives -11, tested with the mode range. */
+ZUBVC_API ZubStatus zubiPredictIntra_4x4_H264_16u_C1IR(Zub16u* pSrcDst, int srcDstStep, int predMode,
+                                                       int availability, int bitDepth);
+ZUBVC_API ZubStatus zubiPredictIntra_16x16_H264_16u_C1IR(Zub16u* pSrcDst, int srcDstStep, int predMode,
+                                                         int availability, int bitDepth);
+ZUBVC_API ZubStatus zubiPredictIntraChroma8x8_H264_16u_C1IR(Zub16u* pSrcDst, int srcDstStep, int predMode,
+                                                            int availability, int bitDepth);
+
+/* 4:2:2 chroma, 8 wide and 16 tall (clause 8.3.4 with ChromaArrayType 2),
+ * modes as zubiPredictIntraChroma8x8_H264_8u_C1IR.  DC is formed per 4x4
+ * block: both edges for the blocks at (0, 0) and at x 4 below the first row,
+ * the row above first for the block at (4, 0), the left column first for the
+ * other blocks of the left column.  Plane: b = (34 x H + 32) >> 6 over the
+ * row, c = (5 x V + 32) >> 6 over the 16-sample column, sample (x, y) =
+ * (a + b (x - 3) + c (y - 7) + 16) >> 5, a = 16 (p[-1, 15] + p[7, -1]).
+ * Checks as the 8x8 chroma function (step at least 8). */
+ZUBVC_API ZubStatus zubiPredictIntraChroma8x16_H264_8u_C1IR(Zub8u* pSrcDst, int srcDstStep, int predMode,
+                                                            int availability);
+ZUBVC_API ZubStatus zubiPredictIntraChroma8x16_H264_16u_C1IR(Zub16u* pSrcDst, int srcDstStep, int predMode,
+                                                             int availability, int bitDepth);
+
 #endif

@@ -240,4 +240,61 @@ ZUBVC_API ZubStatus zubiReconstructChromaIntraMB_H264High_16s8u_P2R(Zub16s** ppS
                                                                    int qpV, const Zub16s* pLevelScaleU,
                                                                    const Zub16s* pLevelScaleV, int availability);
 
+/* High bit depth forms of the 4x4 intra luma and the chroma macroblock
+ * functions: 32-bit coefficients and DC, 16-bit samples (step in samples), the
+ * 16u intra prediction functions, saturation to 0..(1 << bitDepth) - 1.  qp
+ * is the extended QP (0..87 luma, 0..75 chroma); checks as the 8-bit forms,
+ * bitDepth outside 8..14 giving -11 after the QPs. */
+ZUBVC_API ZubStatus zubiReconstructLumaIntra4x4MB_H264High_32s16u_C1R(Zub32s** ppSrcCoeff, Zub16u* pSrcDst,
+                                                                     int srcDstStep, const Zub8u* pModes,
+                                                                     Zub32u cbp4x4, int qp,
+                                                                     const Zub16s* pLevelScale, int availability,
+                                                                     int bitDepth);
+ZUBVC_API ZubStatus zubiReconstructLumaIntra16x16MB_H264High_32s16u_C1R(Zub32s** ppSrcCoeff, Zub16u* pSrcDst,
+                                                                       int srcDstStep, int predMode,
+                                                                       const Zub32s* pDC, Zub32u cbp4x4, int qp,
+                                                                       const Zub16s* pLevelScale,
+                                                                       int availability, int bitDepth);
+ZUBVC_API ZubStatus zubiReconstructChromaInterMB_H264High_32s16u_P2R(Zub32s** ppSrcCoeff, Zub16u* pSrcDstU,
+                                                                    Zub16u* pSrcDstV, int srcDstStep,
+                                                                    const Zub32s* pDC, Zub32u cbp4x4, int qpU,
+                                                                    int qpV, const Zub16s* pLevelScaleU,
+                                                                    const Zub16s* pLevelScaleV, int bitDepth);
+ZUBVC_API ZubStatus zubiReconstructChromaIntraMB_H264High_32s16u_P2R(Zub32s** ppSrcCoeff, Zub16u* pSrcDstU,
+                                                                    Zub16u* pSrcDstV, int srcDstStep, int predMode,
+                                                                    const Zub32s* pDC, Zub32u cbp4x4, int qpU,
+                                                                    int qpV, const Zub16s* pLevelScaleU,
+                                                                    const Zub16s* pLevelScaleV, int availability,
+                                                                    int bitDepth);
+
+/* 4:2:2 chroma macroblocks (8 x 16 per plane): eight 4x4 blocks per plane in
+ * raster order (two columns, four rows), their DC values in pDC (eight of U,
+ * then eight of V, as zubiTransformQuantInvChromaDC2x4_H264_16s_C1I leaves
+ * them), bits 0..7 of cbp4x4 for the AC blocks of U, bits 8..15 for V; intra
+ * prediction with zubiPredictIntraChroma8x16_H264_8u_C1IR (16u).  Otherwise as
+ * the 4:2:0 functions, with the same checks. */
+ZUBVC_API ZubStatus zubiReconstructChroma422InterMB_H264High_16s8u_P2R(Zub16s** ppSrcCoeff, Zub8u* pSrcDstU,
+                                                                      Zub8u* pSrcDstV, int srcDstStep,
+                                                                      const Zub16s* pDC, Zub32u cbp4x4, int qpU,
+                                                                      int qpV, const Zub16s* pLevelScaleU,
+                                                                      const Zub16s* pLevelScaleV);
+ZUBVC_API ZubStatus zubiReconstructChroma422IntraMB_H264High_16s8u_P2R(Zub16s** ppSrcCoeff, Zub8u* pSrcDstU,
+                                                                      Zub8u* pSrcDstV, int srcDstStep,
+                                                                      int predMode, const Zub16s* pDC,
+                                                                      Zub32u cbp4x4, int qpU, int qpV,
+                                                                      const Zub16s* pLevelScaleU,
+                                                                      const Zub16s* pLevelScaleV, int availability);
+ZUBVC_API ZubStatus zubiReconstructChroma422InterMB_H264High_32s16u_P2R(Zub32s** ppSrcCoeff, Zub16u* pSrcDstU,
+                                                                       Zub16u* pSrcDstV, int srcDstStep,
+                                                                       const Zub32s* pDC, Zub32u cbp4x4, int qpU,
+                                                                       int qpV, const Zub16s* pLevelScaleU,
+                                                                       const Zub16s* pLevelScaleV, int bitDepth);
+ZUBVC_API ZubStatus zubiReconstructChroma422IntraMB_H264High_32s16u_P2R(Zub32s** ppSrcCoeff, Zub16u* pSrcDstU,
+                                                                       Zub16u* pSrcDstV, int srcDstStep,
+                                                                       int predMode, const Zub32s* pDC,
+                                                                       Zub32u cbp4x4, int qpU, int qpV,
+                                                                       const Zub16s* pLevelScaleU,
+                                                                       const Zub16s* pLevelScaleV, int availability,
+                                                                       int bitDepth);
+
 #endif
