@@ -45,13 +45,13 @@
  * its low five bits are used).
  * ------------------------------------------------------------------------- */
 
-/* Builds a single-value table from pSrcTable and stores it in *ppDstSpec.
- * Checks: pSrcTable, ppDstSpec (-8).  Returns ZubStatusNoMemory (-9), with
- * *ppDstSpec null, when an allocation fails or the table would need more
+/* Builds a single-value table from pSrcTable and stores it in *ppDstTable.
+ * Checks: pSrcTable, ppDstTable (-8).  Returns ZubStatusNoMemory (-9), with
+ * *ppDstTable null, when an allocation fails or the table would need more
  * than 2^24 words (a level width outside 1..30 counts as such). */
-ZUBVC_API ZubStatus zubiHuffmanTableInitAlloc_32s(const Zub32s* pSrcTable, Zub32s** ppDstSpec);
+ZUBVC_API ZubStatus zubiHuffmanTableInitAlloc_32s(const Zub32s* pSrcTable, Zub32s** ppDstTable);
 /* The same for a run-level table (records of three words). */
-ZUBVC_API ZubStatus zubiHuffmanRunLevelTableInitAlloc_32s(const Zub32s* pSrcTable, Zub32s** ppDstSpec);
+ZUBVC_API ZubStatus zubiHuffmanRunLevelTableInitAlloc_32s(const Zub32s* pSrcTable, Zub32s** ppDstTable);
 /* Frees a table of either builder.  Checks: pDecodeTable (-8). */
 ZUBVC_API ZubStatus zubiHuffmanTableFree_32s(Zub32s* pDecodeTable);
 

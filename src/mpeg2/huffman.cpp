@@ -87,10 +87,10 @@ uint64_t huffmanTableSize(const SourceList& s) {
     return total;
 }
 
-ZubStatus huffmanInitAlloc(const Zub32s* pSrcTable, Zub32s** ppDstSpec, Kind kind) {
-    if (!pSrcTable || !ppDstSpec) return ZubStatusNullPointer;
+ZubStatus huffmanInitAlloc(const Zub32s* pSrcTable, Zub32s** ppDstTable, Kind kind) {
+    if (!pSrcTable || !ppDstTable) return ZubStatusNullPointer;
     const SourceList s(pSrcTable, kind);
-    *ppDstSpec = nullptr;
+    *ppDstTable = nullptr;
     if (s.levels < 1) return ZubStatusNoMemory;
     for (int k = 0; k < s.levels; ++k)
         if (s.width(k) < 1 || s.width(k) > 30) return ZubStatusNoMemory;
@@ -144,18 +144,18 @@ ZubStatus huffmanInitAlloc(const Zub32s* pSrcTable, Zub32s** ppDstSpec, Kind kin
             prev = c;
         }
     });
-    *ppDstSpec = reinterpret_cast<Zub32s*>(t);
+    *ppDstTable = reinterpret_cast<Zub32s*>(t);
     return ZubStatusOk;
 }
 
 }  // namespace
 
-ZubStatus zubiHuffmanTableInitAlloc_32s(const Zub32s* pSrcTable, Zub32s** ppDstSpec) {
-    return huffmanInitAlloc(pSrcTable, ppDstSpec, Kind::SingleValue);
+ZubStatus zubiHuffmanTableInitAlloc_32s(const Zub32s* pSrcTable, Zub32s** ppDstTable) {
+    return huffmanInitAlloc(pSrcTable, ppDstTable, Kind::SingleValue);
 }
 
-ZubStatus zubiHuffmanRunLevelTableInitAlloc_32s(const Zub32s* pSrcTable, Zub32s** ppDstSpec) {
-    return huffmanInitAlloc(pSrcTable, ppDstSpec, Kind::RunLevel);
+ZubStatus zubiHuffmanRunLevelTableInitAlloc_32s(const Zub32s* pSrcTable, Zub32s** ppDstTable) {
+    return huffmanInitAlloc(pSrcTable, ppDstTable, Kind::RunLevel);
 }
 
 ZubStatus zubiHuffmanTableFree_32s(Zub32s* pDecodeTable) {
