@@ -59,7 +59,8 @@ long bitPos(const Zub32u* w, Zub32u off, const std::vector<uint32_t>& words) {
 void expectStreamDecodes(const std::vector<Mpeg2Code>& codes, const std::vector<size_t>& order, const Zub32s* table,
                          bool runLevel, int pad) {
     zubtools::BitWriter bw;
-    bw.put(0, pad);
+    bw.put(0, pad / 2);
+    bw.put(0, pad - pad / 2);
     std::vector<size_t> ends;
     for (size_t k : order) {
         bw.put(codes[k].code, codes[k].length);
