@@ -128,8 +128,9 @@ TEST(MotionCompensation, KernelsSubtractTheWholeRoundingControl) {
 }
 
 TEST(MotionCompensation, EdgeCasesOfTheFormulas) {
-    const uint8_t ref[2 * 17] = {1, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
-                                 1, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    // A 2x2 block at a half position reads three rows and three columns.
+    uint8_t ref[3 * 17] = {};
+    for (int y = 0; y < 3; ++y) ref[17 * y] = 1, ref[17 * y + 1] = 2;
     const int16_t zero[16 * 16] = {};
     uint8_t d[16 * 16];
     // Four samples 1, 2, 1, 2 (sum 6): (6 + 2) >> 2 = 2 at rc 0, 7 >> 2 = 1 at rc 1.
