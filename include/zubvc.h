@@ -22,6 +22,7 @@
 #include "zubvc/h264weight.h"
 #include "zubvc/h264deblock.h"
 #include "zubvc/h264recon.h"
+#include "zubvc/mpeg2vlc.h"
 #include "zubvc/mc.h"
 
 #endif
