@@ -44,11 +44,23 @@ void Decoder::deblockPicture() {
 
     const int16_t* mv = s.mv.data();
     const uint32_t* serial = s.refSerial.data();
+    const int16_t* mv1 = s.mv1.data();
+    const uint32_t* serial1 = s.refSerial1.data();
+    auto far = [](const int16_t* a, const int16_t* b) { return std::abs(a[0] - b[0]) >= 4 || std::abs(a[1] - b[1]) >= 4; };
     // bS 1 or 0 between two inter 4x4 blocks without coefficients: different
-    // reference pictures, or motion vectors four quarter samples apart.
+    // reference pictures or numbers of vectors, or vectors of the same picture
+    // four quarter samples apart (clause 8.7.2.1; serial 0: list unused).
     auto motionBs = [&](size_t bp, size_t bq) -> Zub8u {
-        return serial[bp] != serial[bq] || std::abs(mv[2 * bp] - mv[2 * bq]) >= 4 ||
-               std::abs(mv[2 * bp + 1] - mv[2 * bq + 1]) >= 4;
+        if (!(serial1[bp] | serial1[bq]))
+            return serial[bp] != serial[bq] || far(mv + 2 * bp, mv + 2 * bq);
+        const uint32_t p0 = serial[bp], p1 = serial1[bp], q0 = serial[bq], q1 = serial1[bq];
+        if (!((p0 == q0 && p1 == q1) || (p0 == q1 && p1 == q0))) return 1;
+        const int16_t *mp0 = mv + 2 * bp, *mp1 = mv1 + 2 * bp, *mq0 = mv + 2 * bq, *mq1 = mv1 + 2 * bq;
+        if (!p0 || !p1) {  // one vector each, of the same picture
+            return far(p0 ? mp0 : mp1, q0 ? mq0 : mq1);
+        }
+        if (p0 != p1) return p0 == q0 ? far(mp0, mq0) || far(mp1, mq1) : far(mp0, mq1) || far(mp1, mq0);
+        return (far(mp0, mq0) || far(mp1, mq1)) && (far(mp0, mq1) || far(mp1, mq0));
     };
 
     for (int my = 0; my < s.hMbs; ++my)
@@ -81,7 +93,9 @@ void Decoder::deblockPicture() {
                 for (int k = 0; k < 4 && uniform; ++k)
                     for (int c = 0; c < 4; ++c) {
                         const size_t b = blk0 + static_cast<size_t>(k) * s4 + c;
-                        if (serial[b] != serial[blk0] || mv[2 * b] != mv[2 * blk0] || mv[2 * b + 1] != mv[2 * blk0 + 1]) {
+                        if (serial[b] != serial[blk0] || mv[2 * b] != mv[2 * blk0] || mv[2 * b + 1] != mv[2 * blk0 + 1] ||
+                            serial1[b] != serial1[blk0] || mv1[2 * b] != mv1[2 * blk0] ||
+                            mv1[2 * b + 1] != mv1[2 * blk0 + 1]) {
                             uniform = false;
                             break;
                         }
@@ -164,7 +178,7 @@ void Decoder::deblockPicture() {
             const bool sameOffsets = chromaOff[0] == chromaOff[1];
             EdgeParams epV{}, epH{};
             Zub8u tcV[8] = {}, tcH[8] = {};
-            for (int c = 0; c < 2; ++c) {
+            for (int c = 0; c < (sps_->chromaFormat ? 2 : 0); ++c) {  // no chroma in 4:0:0
                 auto qpc = [&](int qpy) { return chromaQp(std::clamp(qpy + chromaOff[c], 0, 51)); };
                 uint8_t* u = f.plane[1 + c] + static_cast<size_t>(my) * 8 * f.stride[1 + c] + mx * 8;
                 auto chromaParams = [&](int qpav, int qpInt, const Zub8u* bs, EdgeParams& e, Zub8u t[8]) {

@@ -27,10 +27,10 @@ struct Decoder::SliceState {
     std::vector<uint8_t> tc;
     std::vector<uint8_t> t8x8;     // transform_size_8x8_flag
     std::vector<int8_t> ipred;     // 16 per macroblock: Intra4x4PredMode in 4x4 raster (2 elsewhere)
-    // Per 4x4 luma block of the picture.
-    std::vector<int16_t> mv;       // 2 per block, quarter samples
-    std::vector<int8_t> refIdx;    // -1: intra
-    std::vector<uint32_t> refSerial;
+    // Per 4x4 luma block of the picture, list 0 and list 1.
+    std::vector<int16_t> mv, mv1;          // 2 per block, quarter samples
+    std::vector<int8_t> refIdx, refIdx1;   // -1: list not used (intra: both)
+    std::vector<uint32_t> refSerial, refSerial1;  // 0: list not used
 
     struct SliceParams {
         int disableDeblocking, alphaOffset, betaOffset;
@@ -39,11 +39,16 @@ struct Decoder::SliceState {
 
     // The slice being decoded.
     int curSlice = -1;
-    int sliceType = 0;  // 0 P, 2 I
+    int sliceType = 0;  // 0 P, 1 B, 2 I
     int curQp = 26;  // QP_Y of the last macroblock decoded
-    int numRefIdxActive = 1;
+    int numRefIdxActive = 1, numRefIdxActive1 = 1;
+    bool directSpatial = false, direct8x8Inference = true;
+    int bipredIdc = 0;  // B: 0 average, 1 explicit weights, 2 implicit weights
+    int implicitW1[32][32] = {};  // implicit weight of list 1 by (refIdxL0, refIdxL1); list 0 has 64 - it
     int chromaOffset[2] = {0, 0};
     bool constrainedIntra = false;
+    bool chroma = true;  // false for 4:0:0
+    bool bypass = false;  // qpprime_y_zero_transform_bypass_flag: macroblocks of QP 0 are lossless
     bool transform8x8Mode = false;
     // LevelScale4x4 (lists Intra Y, Cb, Cr, Inter Y, Cb, Cr) and LevelScale8x8
     // (Intra Y, Inter Y) by qP % 6 in raster order (clause 8.5.9); flat
@@ -54,6 +59,7 @@ struct Decoder::SliceState {
     const Zub16s* scale4(int list, int qp) const { return flatScaling ? nullptr : levelScale4[list][qp % 6]; }
     const Zub16s* scale8(int list, int qp) const { return flatScaling ? nullptr : levelScale8[list][qp % 6]; }
     const PredWeights* weights = nullptr;  // null: unweighted prediction
+    const PredWeights* weights1 = nullptr;
 
     void reset(int w, int h) {
         wMbs = w;
@@ -69,6 +75,9 @@ struct Decoder::SliceState {
         mv.assign(n * 32, 0);
         refIdx.assign(n * 16, -1);
         refSerial.assign(n * 16, 0);
+        mv1.assign(n * 32, 0);
+        refIdx1.assign(n * 16, -1);
+        refSerial1.assign(n * 16, 0);
         slices.clear();
         curSlice = -1;
     }
