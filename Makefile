@@ -21,9 +21,9 @@ all: build
 deps:
 	@$(MAKE) --no-print-directory install-missing PKGS="$(PACKAGES)"
 
-# The decoder benchmark also needs ffmpeg (with libx264) and bc.
+# The decoder benchmark also needs ffmpeg (with libx264), x264 and bc.
 deps-bench:
-	@$(MAKE) --no-print-directory install-missing PKGS="ffmpeg bc"
+	@$(MAKE) --no-print-directory install-missing PKGS="ffmpeg x264 bc"
 
 install-missing:
 	@missing=""; for p in $(PKGS); do dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
@@ -106,6 +106,10 @@ bench: build-x64
 # first use).
 bench-decoder: build-x64 deps-bench
 	sh bench/bench_h264dec.sh $(BUILD)/x64/examples/h264dec/zubvc-h264dec $(BUILD)/bench_720p.264
+	sh bench/bench_h264dec.sh $(BUILD)/x64/examples/h264dec/zubvc-h264dec $(BUILD)/bench_720p_main.264 \
+	    --profile main --bframes 3 --b-pyramid normal --ref 4 --weightp 2 --bitrate 3000
+	sh bench/bench_h264dec.sh $(BUILD)/x64/examples/h264dec/zubvc-h264dec $(BUILD)/bench_720p_high.264 \
+	    --profile high --8x8dct --bframes 3 --b-pyramid normal --ref 4 --weightp 2 --bitrate 3000
 
 clean:
 	rm -rf $(BUILD)

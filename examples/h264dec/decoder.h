@@ -117,7 +117,8 @@ struct Frame {
     bool inUse() const { return ref != Unused || neededForOutput; }
 };
 
-// What the caller receives for each output frame (cropped planes).
+// What the caller receives for each output frame (cropped planes; chroma
+// planes of half the luma width and height, rounded up).
 struct OutputPicture {
     const uint8_t* plane[3];
     int stride[3];

@@ -232,7 +232,9 @@ private:
     void motionCompensate(int x, int y, int w, int h, const Motion& m);
     void predictList(int list, const Frame& r, int px, int py, int w, int h, const int mv[2], uint8_t* dst[3],
                      const int dstStep[3]);
+    Motion directMotion(int x, int y);
     void direct(int b8, uint32_t& decoded);
+    void directMb(uint32_t& decoded);
     void interMb(uint32_t mbType);
     Frame& ref(int list, int idx) const {
         const Frame* f = (*lists_[list])[static_cast<size_t>(idx)];
@@ -678,7 +680,7 @@ void MbDecoder::motionCompensate(int x, int y, int w, int h, const Motion& m) {
             };
             zubiBiDirWeightBlock_H264_8u_P3P1R(out[c], tmp[c], out[c], outStep[c], tmpStep[c], outStep[c], denom,
                                                weight(w0, r0), offset(w0, r0), weight(w1, r1), offset(w1, r1), size);
-        } else if (s_.bipredIdc == 2) {
+        } else if (s_.bipredIdc == 2 && s_.implicitW1[r0][r1] != 32) {  // 32, 32 is the plain average
             const int w1 = s_.implicitW1[r0][r1];
             zubiBiDirWeightBlockImplicit_H264_8u_P3P1R(out[c], tmp[c], out[c], outStep[c], tmpStep[c], outStep[c],
                                                        64 - w1, w1, size);
@@ -689,15 +691,16 @@ void MbDecoder::motionCompensate(int x, int y, int w, int h, const Motion& m) {
     }
 }
 
-// Direct prediction of 8x8 quadrant b8 (clauses 8.4.1.2.2 and 8.4.1.2.3):
-// motion from the neighbours (spatial) or from the co-located picture, the
-// first entry of list 1 (temporal), per 4x4 block or, with
-// direct_8x8_inference_flag, per quadrant from its corner block.
-void MbDecoder::direct(int b8, uint32_t& decoded) {
+// Direct prediction (clauses 8.4.1.2.2 and 8.4.1.2.3) of the 4x4 block at
+// (x, y), or with direct_8x8_inference_flag of its 8x8 quadrant from the
+// quadrant's corner block: motion from the neighbours of the macroblock
+// (spatial) or from the co-located picture, the first entry of list 1
+// (temporal).
+Motion MbDecoder::directMotion(int x, int y) {
     const Frame& col = ref(1, 0);
     if (col.colMv.empty()) throw DecodeError("co-located picture without motion");
     const bool inference = s_.direct8x8Inference;
-    const int x0 = (b8 & 1) * 8, y0 = (b8 >> 1) * 8;
+    const int x0 = x & 8, y0 = y & 8;
     if (s_.directSpatial && !spatialReady_) {
         Motion& m = spatial_;
         m = Motion{};
@@ -718,51 +721,78 @@ void MbDecoder::direct(int b8, uint32_t& decoded) {
         }
         spatialReady_ = true;
     }
-    const int step = inference ? 8 : 4;
+    // The co-located 4x4 block: the corner one of the quadrant with inference.
+    const int cx = inference ? (x0 ? 3 : 0) : x >> 2, cy = inference ? (y0 ? 3 : 0) : y >> 2;
+    const size_t ci = static_cast<size_t>(mbY_ * 4 + cy) * s_.stride4() + mbX_ * 4 + cx;
+    const int refCol = col.colRefIdx[ci], mvCol[2] = {col.colMv[2 * ci], col.colMv[2 * ci + 1]};
+    Motion m;
+    if (s_.directSpatial) {
+        m = spatial_;
+        const bool colZero = spatialMoving_ && col.ref == Frame::ShortTerm && refCol == 0 &&
+                             std::abs(mvCol[0]) <= 1 && std::abs(mvCol[1]) <= 1;
+        for (int l = 0; colZero && l < 2; ++l)
+            if (m.ref[l] == 0) m.mv[l][0] = m.mv[l][1] = 0;
+    } else {
+        int r0 = 0;
+        if (refCol >= 0) {
+            const uint32_t serial = col.colRefSerial[ci];
+            const auto& l0 = *lists_[0];
+            r0 = -1;
+            for (size_t k = 0; k < l0.size() && r0 < 0; ++k)
+                if (l0[k] && l0[k]->serial == serial) r0 = static_cast<int>(k);
+            if (r0 < 0) throw DecodeError("co-located reference not in list 0");
+        }
+        m.ref[0] = r0;
+        m.ref[1] = 0;
+        const int mvc[2] = {refCol >= 0 ? mvCol[0] : 0, refCol >= 0 ? mvCol[1] : 0};
+        const Frame& pic0 = ref(0, r0);
+        const int tb = std::clamp(cur_.poc - pic0.poc, -128, 127);
+        const int td = std::clamp(col.poc - pic0.poc, -128, 127);
+        if (pic0.ref == Frame::LongTerm || td == 0) {
+            m.mv[0][0] = mvc[0];
+            m.mv[0][1] = mvc[1];
+        } else {
+            const int tx = (16384 + std::abs(td / 2)) / td;
+            const int scale = std::clamp((tb * tx + 32) >> 6, -1024, 1023);
+            m.mv[0][0] = (scale * mvc[0] + 128) >> 8;
+            m.mv[0][1] = (scale * mvc[1] + 128) >> 8;
+        }
+        m.mv[1][0] = m.mv[0][0] - mvc[0];
+        m.mv[1][1] = m.mv[0][1] - mvc[1];
+    }
+    return m;
+}
+
+void MbDecoder::direct(int b8, uint32_t& decoded) {
+    const int x0 = (b8 & 1) * 8, y0 = (b8 >> 1) * 8, step = s_.direct8x8Inference ? 8 : 4;
     for (int y = y0; y < y0 + 8; y += step)
         for (int x = x0; x < x0 + 8; x += step) {
-            // The co-located 4x4 block: the corner one of the quadrant with inference.
-            const int cx = inference ? (x0 ? 3 : 0) : x >> 2, cy = inference ? (y0 ? 3 : 0) : y >> 2;
-            const size_t ci = static_cast<size_t>(mbY_ * 4 + cy) * s_.stride4() + mbX_ * 4 + cx;
-            const int refCol = col.colRefIdx[ci], mvCol[2] = {col.colMv[2 * ci], col.colMv[2 * ci + 1]};
-            Motion m;
-            if (s_.directSpatial) {
-                m = spatial_;
-                const bool colZero = spatialMoving_ && col.ref == Frame::ShortTerm && refCol == 0 &&
-                                     std::abs(mvCol[0]) <= 1 && std::abs(mvCol[1]) <= 1;
-                for (int l = 0; colZero && l < 2; ++l)
-                    if (m.ref[l] == 0) m.mv[l][0] = m.mv[l][1] = 0;
-            } else {
-                int r0 = 0;
-                if (refCol >= 0) {
-                    const uint32_t serial = col.colRefSerial[ci];
-                    const auto& l0 = *lists_[0];
-                    r0 = -1;
-                    for (size_t k = 0; k < l0.size() && r0 < 0; ++k)
-                        if (l0[k] && l0[k]->serial == serial) r0 = static_cast<int>(k);
-                    if (r0 < 0) throw DecodeError("co-located reference not in list 0");
-                }
-                m.ref[0] = r0;
-                m.ref[1] = 0;
-                const int mvc[2] = {refCol >= 0 ? mvCol[0] : 0, refCol >= 0 ? mvCol[1] : 0};
-                const Frame& pic0 = ref(0, r0);
-                const int tb = std::clamp(cur_.poc - pic0.poc, -128, 127);
-                const int td = std::clamp(col.poc - pic0.poc, -128, 127);
-                if (pic0.ref == Frame::LongTerm || td == 0) {
-                    m.mv[0][0] = mvc[0];
-                    m.mv[0][1] = mvc[1];
-                } else {
-                    const int tx = (16384 + std::abs(td / 2)) / td;
-                    const int scale = std::clamp((tb * tx + 32) >> 6, -1024, 1023);
-                    m.mv[0][0] = (scale * mvc[0] + 128) >> 8;
-                    m.mv[0][1] = (scale * mvc[1] + 128) >> 8;
-                }
-                m.mv[1][0] = m.mv[0][0] - mvc[0];
-                m.mv[1][1] = m.mv[0][1] - mvc[1];
-            }
+            const Motion m = directMotion(x, y);
             storeMotion(x, y, step, step, m, decoded);
             motionCompensate(x, y, step, step, m);
         }
+}
+
+// B_Skip and B_Direct_16x16: with direct_8x8_inference_flag, four quadrants
+// of one motion are predicted as one 16x16 block.
+void MbDecoder::directMb(uint32_t& decoded) {
+    if (!s_.direct8x8Inference) {
+        for (int b8 = 0; b8 < 4; ++b8) direct(b8, decoded);
+        return;
+    }
+    Motion m[4];
+    bool same = true;
+    for (int b8 = 0; b8 < 4; ++b8) {
+        m[b8] = directMotion((b8 & 1) * 8, (b8 >> 1) * 8);
+        for (int l = 0; l < 2; ++l)
+            same = same && m[b8].ref[l] == m[0].ref[l] &&
+                   (m[b8].ref[l] < 0 || (m[b8].mv[l][0] == m[0].mv[l][0] && m[b8].mv[l][1] == m[0].mv[l][1]));
+    }
+    for (int b8 = 0; b8 < (same ? 1 : 4); ++b8) {
+        const int x = (b8 & 1) * 8, y = (b8 >> 1) * 8, size = same ? 16 : 8;
+        storeMotion(x, y, size, size, m[b8], decoded);
+        motionCompensate(x, y, size, size, m[b8]);
+    }
 }
 
 void MbDecoder::skip(int mbAddr) {
@@ -774,7 +804,7 @@ void MbDecoder::skip(int mbAddr) {
     std::fill_n(&s_.ipred[static_cast<size_t>(mbAddr) * 16], 16, int8_t{2});
     uint32_t decoded = 0;
     if (s_.sliceType == 1) {  // B_Skip: direct prediction, no residual
-        for (int b8 = 0; b8 < 4; ++b8) direct(b8, decoded);
+        directMb(decoded);
         return;
     }
     if (lists_[0]->empty() || !(*lists_[0])[0]) throw DecodeError("P_Skip without a reference picture");
@@ -911,7 +941,7 @@ void MbDecoder::macroblock(int mbAddr) {
     bool small = false;  // a sub-macroblock partition below 8x8, or direct without inference: no 8x8 transform
     const bool b8x8 = bSlice ? mbType == 22 : mbType >= 3;
     if (bSlice && mbType == 0) {  // B_Direct_16x16
-        for (int b8 = 0; b8 < 4; ++b8) direct(b8, decoded);
+        directMb(decoded);
         small = !s_.direct8x8Inference;
     } else if (!b8x8) {
         const int parts = (bSlice ? mbType <= 3 : mbType == 0) ? 1 : 2;
