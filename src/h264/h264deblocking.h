@@ -255,18 +255,13 @@ inline void filterEdge(T* q, ptrdiff_t across, ptrdiff_t along, int alpha, int b
 // scalar target such as i686 the line-by-line filter, which passes over an
 // unfiltered line with one branch, is faster, and so it is for the short
 // chroma edges and for 16-bit samples everywhere.
-#if defined(__SSE2__) || defined(__ARM_NEON) || defined(__ALTIVEC__)
-inline constexpr bool kVectorRows = true;
-#else
-inline constexpr bool kVectorRows = false;
-#endif
 
 template <class T, bool Luma, Strong S, int RunLen, bool Vertical>
 inline void edgeAt(T* src, ptrdiff_t step, int pos, int alpha, int beta, const Zub8u* bS, const T* tc0,
                    int maxVal) {
     if constexpr (Vertical)
         filterEdge<T, Luma, S, RunLen>(src + pos, 1, step, alpha, beta, bS, tc0, maxVal);
-    else if constexpr (kVectorRows && Luma && sizeof(T) == 1)
+    else if constexpr (kVectorUnit && Luma && sizeof(T) == 1)
         filterRowEdge<T, Luma, S, RunLen>(src + pos * step, step, alpha, beta, bS, tc0, maxVal);
     else
         filterEdge<T, Luma, S, RunLen>(src + pos * step, step, 1, alpha, beta, bS, tc0, maxVal);
