@@ -31,11 +31,11 @@ void run(benchmark::State& state, int maxVal, F call) {
 }
 
 void BM_InterpolateBlock_P2P1R(benchmark::State& s) {
-    run<Zub8u>(s, 255, [](auto a, auto b, auto d) { return zubiInterpolateBlock_H264_8u_P2P1R(a, b, d, k16, kStep); });
+    run<Zub8u>(s, 255, [](auto a, auto b, auto d) { return zubiInterpolateBlock_H264_8u_P2P1R(a, b, d, k16.width, k16.height, kStep); });
 }
 void BM_InterpolateBlock_P3P1R(benchmark::State& s) {
     run<Zub8u>(s, 255, [](auto a, auto b, auto d) {
-        return zubiInterpolateBlock_H264_8u_P3P1R(a, b, d, k16, kStep, kStep, kStep);
+        return zubiInterpolateBlock_H264_8u_P3P1R(a, b, d, k16.width, k16.height, kStep, kStep, kStep);
     });
 }
 void BM_WeightedAverage_C1IR(benchmark::State& s) {
@@ -112,7 +112,7 @@ void BM_ExpandPlane(benchmark::State& state) {
     Zub8u* plane = mem.data() + e * step + e;
     const int type = static_cast<int>(state.range(0));
     for (auto _ : state) {
-        benchmark::DoNotOptimize(zubiExpandPlane_H264_8u_C1R(plane, {w, h}, step, e, type));
+        benchmark::DoNotOptimize(zubiExpandPlane_H264_8u_C1R(plane, w, h, step, e, type));
         benchmark::ClobberMemory();
     }
 }

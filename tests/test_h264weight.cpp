@@ -1,6 +1,7 @@
 // H.264 weighted and bi-directional prediction against the formulas of
 // clause 8.4.2.3.2 evaluated in 64-bit arithmetic, the size and step rules of
 // each member, and plane expansion against a model of edge repetition.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -110,9 +111,9 @@ const std::vector<Member<Zub8u>>& members8u() {
     using S = Sizes;
     using Z = Zub8u;
     static const std::vector<Member<Z>> list = {
-        {"InterpolateBlock_P2P1R", WRAP(Z, zubiInterpolateBlock_H264_8u_P2P1R(a, b, d, z, s.s1)), average,
+        {"InterpolateBlock_P2P1R", WRAP(Z, zubiInterpolateBlock_H264_8u_P2P1R(a, b, d, z.width, z.height, s.s1)), average,
          S::From2To16, false, Shared::All},
-        {"InterpolateBlock_P3P1R", WRAP(Z, zubiInterpolateBlock_H264_8u_P3P1R(a, b, d, z, s.s1, s.s2, s.d)),
+        {"InterpolateBlock_P3P1R", WRAP(Z, zubiInterpolateBlock_H264_8u_P3P1R(a, b, d, z.width, z.height, s.s1, s.s2, s.d)),
          average, S::From2To16, false, Shared::None},
         {"WeightedAverage_C1IR",
          WRAP(Z, zubiWeightedAverage_H264_8u_C1IR(a, d, s.s1, p.w1, p.w2, p.logWD, p.o1, z)), tableAverage, S::S16,
@@ -295,7 +296,7 @@ struct PlaneBuf {
     }
     size_t idx(int x, int y) const { return static_cast<size_t>((y + pad) * step + pad + x); }
     ZubStatus expand(ZubSize s, int e_, int type) {
-        return zubiExpandPlane_H264_8u_C1R(&mem[idx(0, 0)], s, step, e_, type);
+        return zubiExpandPlane_H264_8u_C1R(&mem[idx(0, 0)], s.width, s.height, step, e_, type);
     }
 };
 
@@ -323,7 +324,7 @@ TEST(ExpandPlane, ChecksInOrder) {
     std::mt19937 rng(78);
     PlaneBuf p(8, 8, 16, rng);
     const std::vector<Zub8u> before = p.mem;
-    EXPECT_EQ(zubiExpandPlane_H264_8u_C1R(nullptr, {0, 3}, p.step, 16, 7), ZubStatusNullPointer);
+    EXPECT_EQ(zubiExpandPlane_H264_8u_C1R(nullptr, 0, 3, p.step, 16, 7), ZubStatusNullPointer);
     for (ZubSize s : {ZubSize{8, 7}, ZubSize{8, 0}, ZubSize{8, -2}, ZubSize{0, 8}, ZubSize{-1, 8}})
         EXPECT_EQ(p.expand(s, 16, 7), ZubStatusBadSize) << s.width << "x" << s.height;
     EXPECT_EQ(p.expand({8, 8}, -1, 0), ZubStatusBadSize);
@@ -331,6 +332,74 @@ TEST(ExpandPlane, ChecksInOrder) {
     EXPECT_EQ(p.expand({8, 8}, 16, 7), ZubStatusBadArgument);
     EXPECT_EQ(p.expand({8, 8}, 16, -1), ZubStatusBadArgument);
     EXPECT_TRUE(p.mem == before);
+}
+
+// The calls a user writes from the documented argument lists alone: the
+// symbols are looked up in the loaded library, not through the header, and
+// called with separate 32-bit integers for width and height.  A ZubSize
+// passed by value travels in one register on x86-64, so a mismatch shows
+// there as wrong sizes and -6.
+template <class Fn>
+Fn exported(const char* name) {
+    void* sym = dlsym(RTLD_DEFAULT, name);
+    EXPECT_NE(sym, nullptr) << name;
+    return reinterpret_cast<Fn>(sym);
+}
+
+TEST(ArgumentLists, SeparateWidthAndHeight) {
+    using P2P1R = Zub32s (*)(const Zub8u*, const Zub8u*, Zub8u*, Zub32s, Zub32s, Zub32s);
+    using P3P1R = Zub32s (*)(const Zub8u*, const Zub8u*, Zub8u*, Zub32s, Zub32s, Zub32s, Zub32s, Zub32s);
+    using Expand = Zub32s (*)(Zub8u*, Zub32s, Zub32s, Zub32s, Zub32s, Zub32s);
+    const auto p2 = exported<P2P1R>("zubiInterpolateBlock_H264_8u_P2P1R");
+    const auto p3 = exported<P3P1R>("zubiInterpolateBlock_H264_8u_P3P1R");
+    const auto expand = exported<Expand>("zubiExpandPlane_H264_8u_C1R");
+    ASSERT_TRUE(p2 && p3 && expand);
+
+    // 6x8 average, one step of 16: rows of width 6 written, the rest kept.
+    std::vector<Zub8u> a(16 * 9), b(16 * 9), d(16 * 9, 0xA5);
+    for (size_t i = 0; i < a.size(); ++i) a[i] = static_cast<Zub8u>(i * 7), b[i] = static_cast<Zub8u>(i * 13 + 1);
+    ASSERT_EQ(p2(a.data(), b.data(), d.data(), 6, 8, 16), ZubStatusOk);
+    for (int y = 0; y < 9; ++y)
+        for (int x = 0; x < 16; ++x) {
+            const size_t i = static_cast<size_t>(y * 16 + x);
+            EXPECT_EQ(d[i], y < 8 && x < 6 ? (a[i] + b[i] + 1) >> 1 : 0xA5) << x << "," << y;
+        }
+    // Three steps: source rows 16 and 12 apart, destination rows 8.
+    std::vector<Zub8u> d3(8 * 3, 0xA5);
+    ASSERT_EQ(p3(a.data(), b.data(), d3.data(), 5, 3, 16, 12, 8), ZubStatusOk);
+    for (int y = 0; y < 3; ++y)
+        for (int x = 0; x < 8; ++x)
+            EXPECT_EQ(d3[static_cast<size_t>(y * 8 + x)], x < 5 ? (a[static_cast<size_t>(y * 16 + x)] +
+                                                                   b[static_cast<size_t>(y * 12 + x)] + 1) >> 1
+                                                               : 0xA5);
+    // Width 6 is a size for averaging, not for weighting; negative sizes are
+    // large when compared as unsigned.
+    std::vector<Zub8u> keep = d;
+    EXPECT_EQ(zubiBiDirWeightBlock_H264_8u_P2P1R(a.data(), b.data(), d.data(), 16, 16, 0, 1, 0, 1, 0, {6, 8}),
+              ZubStatusBadSize);
+    for (auto [w, h] : {std::pair{1, 8}, {17, 8}, {8, 1}, {8, 17}, {-2, 8}, {8, -2}}) {
+        EXPECT_EQ(p2(a.data(), b.data(), d.data(), w, h, 16), ZubStatusBadSize) << w << "x" << h;
+        EXPECT_EQ(p3(a.data(), b.data(), d.data(), w, h, 16, 16, 16), ZubStatusBadSize) << w << "x" << h;
+    }
+    EXPECT_EQ(p2(a.data(), nullptr, d.data(), 40, 8, 16), ZubStatusNullPointer);
+    EXPECT_TRUE(d == keep);
+
+    // Plane expansion of a 4x2 frame by 2 samples: width and height in that order.
+    constexpr int step = 8, e = 2;
+    std::vector<Zub8u> plane(step * 6, 0);
+    Zub8u* p = plane.data() + e * step + e;
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 4; ++x) p[y * step + x] = static_cast<Zub8u>(1 + x + 4 * y);
+    keep = plane;
+    EXPECT_EQ(expand(p, 4, 2, step, 0, 7), ZubStatusOk);   // E = 0 before the frame type
+    EXPECT_EQ(expand(p, 4, 3, step, e, 0), ZubStatusBadSize);  // odd height
+    EXPECT_EQ(expand(p, 0, 2, step, e, 0), ZubStatusBadSize);
+    EXPECT_EQ(expand(p, 4, 2, step, e, 7), ZubStatusBadArgument);
+    EXPECT_TRUE(plane == keep);
+    ASSERT_EQ(expand(p, 4, 2, step, e, 0), ZubStatusOk);
+    for (int y = -e; y < 2 + e; ++y)
+        for (int x = -e; x < 4 + e; ++x)
+            EXPECT_EQ(p[y * step + x], 1 + std::clamp(x, 0, 3) + 4 * std::clamp(y, 0, 1)) << x << "," << y;
 }
 
 }  // namespace

@@ -50,8 +50,8 @@
  * 6-bit fixed-length coeff_token.  pScan holds the 16 raster positions of the
  * scan order (zig-zag or field scan).
  * Checks: ppBitStream, pBitOffset, ppCoeffs, pNumCoeff, the three table
- * arrays and pScan, then *ppBitStream and *ppCoeffs (-8); nC negative as a
- * signed value or maxNumCoeff other than 15 and 16 (-11); the coeff_token
+ * arrays and pScan, then *ppBitStream and *ppCoeffs (-8); maxNumCoeff other
+ * than 15 and 16, or nC negative as a signed value (-11); the coeff_token
  * table that nC selects (-8). */
 ZUBVC_API ZubStatus zubiDecodeCAVLCCoeffs_H264_1u16s(const Zub32u** ppBitStream, Zub32u* pBitOffset,
                                                      Zub16s* pNumCoeff, Zub16s** ppCoeffs, Zub32u nC,

@@ -30,14 +30,16 @@ typedef struct H264BidirParams_16u {
     Zub32s bitDepth;
 } H264BidirParams_16u;
 
-/* dst = (s1 + s2 + 1) >> 1, one step for the two sources and the
- * destination.  Checks: pointers (-8); width or height, compared as unsigned,
- * outside 2..16 (-6): every size 2..16 is accepted, odd ones too. */
+/* dst = (s1 + s2 + 1) >> 1 over width x height samples, one step for the
+ * two sources and the destination.  Checks: pointers (-8); width or height,
+ * compared as unsigned, outside 2..16 (-6): every size 2..16 is accepted,
+ * odd ones too, and a negative one is refused. */
 ZUBVC_API ZubStatus zubiInterpolateBlock_H264_8u_P2P1R(const Zub8u* pSrc1, const Zub8u* pSrc2, Zub8u* pDst,
-                                                       ZubSize roiSize, int step);
+                                                       int width, int height, int step);
 /* As the P2P1R function with a step per plane. */
 ZUBVC_API ZubStatus zubiInterpolateBlock_H264_8u_P3P1R(const Zub8u* pSrc1, const Zub8u* pSrc2, Zub8u* pDst,
-                                                       ZubSize roiSize, int src1Step, int src2Step, int dstStep);
+                                                       int width, int height, int src1Step, int src2Step,
+                                                       int dstStep);
 
 /* s2 = ClampTbl[((s1 w1 + r + s2 w2) >> logWD) + offset + 256], written over
  * pSrc2Dst, with r = 1 << (logWD - 1) for logWD >= 1, else 0.  The table is
@@ -113,11 +115,11 @@ enum {
  * (bytes).  For a field only the rows of that parity are read and written
  * (the border rows of the field: (E + 1) / 2 below and E / 2 above for the
  * top field, the reverse for the bottom one).  Corners take the corner samples.
- * Checks: pPlane null (-8); frameSize.height odd or below 2, frameSize.width
- * below 1, or expandPels negative (-6); expandPels 0 returns 0 at once,
+ * Checks: pPlane null (-8); frameHeight odd or below 2, frameWidth below 1,
+ * or expandPels negative (-6); expandPels 0 returns 0 at once,
  * before the frame type is looked at; frameType not 0, 1 or 2 (-5).  The step
  * is not checked. */
-ZUBVC_API ZubStatus zubiExpandPlane_H264_8u_C1R(Zub8u* pPlane, ZubSize frameSize, int step, int expandPels,
-                                                int frameType);
+ZUBVC_API ZubStatus zubiExpandPlane_H264_8u_C1R(Zub8u* pPlane, int frameWidth, int frameHeight, int step,
+                                                int expandPels, int frameType);
 
 #endif

@@ -34,9 +34,10 @@ void expand(const RowSet& f, int width, int e) {
 
 }  // namespace
 
-ZubStatus zubiExpandPlane_H264_8u_C1R(Zub8u* pPlane, ZubSize frameSize, int step, int expandPels, int frameType) {
+ZubStatus zubiExpandPlane_H264_8u_C1R(Zub8u* pPlane, int frameWidth, int frameHeight, int step, int expandPels,
+                                      int frameType) {
     if (!pPlane) return ZubStatusNullPointer;
-    const int w = frameSize.width, h = frameSize.height;
+    const int w = frameWidth, h = frameHeight;
     if ((h & 1) || h < 2 || w < 1 || expandPels < 0) return ZubStatusBadSize;
     if (expandPels == 0) return ZubStatusOk;
     const int e = expandPels;

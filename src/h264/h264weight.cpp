@@ -293,14 +293,14 @@ constexpr int kMax8 = 255;
 
 }  // namespace
 
-ZubStatus zubiInterpolateBlock_H264_8u_P2P1R(const Zub8u* pSrc1, const Zub8u* pSrc2, Zub8u* pDst, ZubSize roiSize,
-                                             int step) {
-    return average8u(pSrc1, step, pSrc2, step, pDst, step, roiSize);
+ZubStatus zubiInterpolateBlock_H264_8u_P2P1R(const Zub8u* pSrc1, const Zub8u* pSrc2, Zub8u* pDst, int width,
+                                             int height, int step) {
+    return average8u(pSrc1, step, pSrc2, step, pDst, step, {width, height});
 }
 
-ZubStatus zubiInterpolateBlock_H264_8u_P3P1R(const Zub8u* pSrc1, const Zub8u* pSrc2, Zub8u* pDst, ZubSize roiSize,
-                                             int src1Step, int src2Step, int dstStep) {
-    return average8u(pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize);
+ZubStatus zubiInterpolateBlock_H264_8u_P3P1R(const Zub8u* pSrc1, const Zub8u* pSrc2, Zub8u* pDst, int width,
+                                             int height, int src1Step, int src2Step, int dstStep) {
+    return average8u(pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, {width, height});
 }
 
 ZubStatus zubiWeightedAverage_H264_8u_C1IR(const Zub8u* pSrc1, Zub8u* pSrc2Dst, int step, int w1, int w2,
