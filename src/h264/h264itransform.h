@@ -92,12 +92,12 @@ inline void inverse4x4(const uint32_t d[16], int32_t r[16]) {
     }
 }
 
-// Prediction + residual saturated to 0..maxVal.  On scalar targets bytes
-// take one test that is almost never true (any bit above the low eight set)
-// instead of two clamps; vector units clamp lanes with min and max.
+// Prediction + residual saturated to 0..maxVal.  Bytes take one test that
+// is almost never true (any bit above the low eight set) instead of two
+// clamps: rows of four samples are too short for the vectoriser anyway.
 template <class Pixel>
 inline Pixel addSaturated(int v, int maxVal) {
-    if constexpr (sizeof(Pixel) == 1 && !kVectorUnit) {
+    if constexpr (sizeof(Pixel) == 1) {
         (void)maxVal;
         return static_cast<Pixel>((v & ~255) ? ~v >> 31 : v);
     } else {
