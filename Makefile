@@ -3,7 +3,8 @@
 #   make test   builds and runs every test: 64-bit, 32-bit (-m32) and
 #               AddressSanitizer + UndefinedBehaviorSanitizer builds
 # Also: make bench / make bench32 (Google Benchmark, 64-bit / 32-bit build),
-# make bench-decoder (the example decoder against ffmpeg), make build.
+# make bench-decoder (the example decoder against ffmpeg), make build (64-bit
+# only), make fuzz (every libFuzzer target for FUZZ_SECONDS, then its coverage).
 
 BUILD   ?= build
 JOBS    ?= $(shell nproc 2>/dev/null || echo 2)
@@ -13,6 +14,7 @@ PACKAGES = cmake make g++ g++-multilib libgtest-dev libbenchmark-dev pkg-config
 CONFIGURE = $(CMAKE) -S . -DCMAKE_BUILD_TYPE=Release -Wno-dev
 
 .PHONY: all deps deps-bench install-missing build build-x64 build-x86 build-san test test-x64 test-x86 test-san deps32 demo bench bench32 bench-decoder bench-before clean
+.PHONY: deps-fuzz build-fuzz build-fuzz-cov test-fuzz fuzz
 
 all: build
 
@@ -72,8 +74,36 @@ test-san: build-san
 	cd $(BUILD)/san && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 	  ctest --output-on-failure -j $(JOBS)
 
-test: test-x64 test-x86 test-san
-	@echo "all configurations passed: x86-64, x86-32, sanitizers"
+test: test-x64 test-x86 test-san test-fuzz
+	@echo "all configurations passed: x86-64, x86-32, sanitizers, fuzz replay"
+
+# libFuzzer targets (fuzz/README.md), built with Debian's clang: $(BUILD)/fuzz
+# with ASan and UBSan (not recoverable), $(BUILD)/fuzz-cov with source-based
+# coverage.  Clang-only warnings do not stop these builds.
+FUZZ_SECONDS ?= 60
+FUZZ_CONFIGURE = $(CMAKE) -S . -Wno-dev -DZUBVC_FUZZ=ON -DZUBVC_TESTS=OFF \
+  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+  "-DCMAKE_CXX_COMPILE_OBJECT=<CMAKE_CXX_COMPILER> <DEFINES> <INCLUDES> <FLAGS> -Wno-error -o <OBJECT> -c <SOURCE>"
+
+deps-fuzz: deps
+	@$(MAKE) --no-print-directory install-missing PKGS="clang llvm libclang-rt-dev"
+
+build-fuzz: deps-fuzz
+	$(FUZZ_CONFIGURE) -B $(BUILD)/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZUBVC_SANITIZE=ON \
+	  -DCMAKE_C_FLAGS=-fsanitize=fuzzer-no-link -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link
+	$(CMAKE) --build $(BUILD)/fuzz -j $(JOBS) --target fuzz_targets
+
+build-fuzz-cov: deps-fuzz
+	$(FUZZ_CONFIGURE) -B $(BUILD)/fuzz-cov -DCMAKE_BUILD_TYPE=Release \
+	  "-DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link -fprofile-instr-generate -fcoverage-mapping"
+	$(CMAKE) --build $(BUILD)/fuzz-cov -j $(JOBS) --target fuzz_targets
+
+# Every seed and regression input once through each target (a few seconds).
+test-fuzz: build-fuzz
+	bash fuzz/run.sh replay $(BUILD)/fuzz
+
+fuzz: build-fuzz build-fuzz-cov
+	nice bash fuzz/run.sh fuzz $(BUILD)/fuzz $(BUILD)/fuzz-cov $(FUZZ_SECONDS)
 
 # Decodes the bundled sample stream with the example H.264 decoder: frames,
 # frames per second and the MD5 of the whole output; the pictures go to

@@ -147,7 +147,7 @@ void Decoder::parseSps(BitReader& br) {
         if (br.flag()) throw DecodeError("MBAFF coding is not supported");
         s.heightMbs *= 2;
     }
-    if (s.widthMbs * s.heightMbs > 36864) throw DecodeError("picture too large");  // level 5.1 MaxFS
+    if (s.widthMbs * s.heightMbs > maxFrameMbs_) throw DecodeError("picture too large");
     br.flag();  // direct_8x8_inference_flag
     if (br.flag()) {  // frame_cropping_flag: CropUnitX = 2, CropUnitY = 2 x (2 - frame_mbs_only_flag) for 4:2:0
         const int unitY = s.frameMbsOnly ? 2 : 4;

@@ -109,6 +109,9 @@ public:
     // Ends the stream: finishes the last picture and outputs what remains.
     void flush();
     const Sps* activeSps() const { return sps_; }
+    // Sequence parameter sets asking for more macroblocks per frame are
+    // rejected as "picture too large" (default: level 5.1 MaxFS, 36864).
+    void setMaxFrameMbs(int mbs) { maxFrameMbs_ = mbs; }
     struct SliceState;
 
 private:
@@ -133,6 +136,7 @@ private:
     void deblockPicture();
 
     Sink sink_;
+    int maxFrameMbs_ = 36864;
     std::array<Sps, 32> spsList_{};
     std::array<Pps, 256> ppsList_{};
     const Sps* sps_ = nullptr;
