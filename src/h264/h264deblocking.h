@@ -154,73 +154,60 @@ inline void normalLines(T* q, ptrdiff_t across, ptrdiff_t along, int n, int alph
     }
 }
 
-// ---- horizontal edges: whole rows -------------------------------------------
-// The lines of a horizontal edge lie side by side, so the rows p2..q2 are
-// filtered as rows: the bS < 4 filter runs over all N columns of the edge in
-// one loop without branches, each column's result chosen by its mask, which
-// spares the per-line branch the predictor cannot learn and which the
-// compiler can vectorise.  tc[i] is column i's tc0, negative where the column
-// takes no bS < 4 filter (bS 0 or 4).  The rows go through local copies, so
-// that the loop reads and writes no memory that another row may share.
-template <class T, bool Luma, int N>
-inline void normalRows(T* q, ptrdiff_t step, int alpha, int beta, const int* tc, int maxVal) {
-    constexpr int kRows = Luma ? 6 : 4;  // p2 p1 p0 q0 q1 q2, or p1 p0 q0 q1
-    constexpr int kFirst = Luma ? -3 : -2;
-    T r[kRows][N];
-    for (int k = 0; k < kRows; ++k) std::memcpy(r[k], q + (kFirst + k) * step, sizeof r[k]);
-    T* P1 = r[Luma ? 1 : 0];
-    T* P0 = r[Luma ? 2 : 1];
-    T* Q0 = r[Luma ? 3 : 2];
-    T* Q1 = r[Luma ? 4 : 3];
+// ---- whole rows --------------------------------------------------------------
+// The lines of a horizontal edge lie side by side, so the rows p2..q2 can be
+// filtered as rows: the luma bS < 4 filter runs over all N columns in one
+// loop without branches, each column's result chosen by its mask, which the
+// compiler vectorises.  tc[i] is column i's tc0, negative where the column
+// takes no bS < 4 filter (bS 0 or 4).  The filter works on a local copy of
+// the rows (r[0] = p2 .. r[5] = q2), so that the loop touches no memory that
+// another row may share.
+template <class T, int N>
+inline void lumaNormalRows(T (&r)[6][N], int alpha, int beta, const int* tc, int maxVal) {
+    T* P1 = r[1];
+    T* P0 = r[2];
+    T* Q0 = r[3];
+    T* Q1 = r[4];
     ZUB_VECTOR_LOOP
     for (int i = 0; i < N; ++i) {
-        const int p1 = P1[i], p0 = P0[i], q0 = Q0[i], q1 = Q1[i];
+        const int p2 = r[0][i], p1 = P1[i], p0 = P0[i], q0 = Q0[i], q1 = Q1[i], q2 = r[5][i];
         const int tc0 = tc[i];
         // Masks: -1 where the column is filtered, else 0.
         const int f = -static_cast<int>((tc0 >= 0) & filterSamples(p1, p0, q0, q1, alpha, beta));
-        int tcv;
-        if constexpr (Luma) {
-            const int p2 = r[0][i], q2 = r[5][i];
-            const int ap = f & -static_cast<int>(below(p2 - p0, beta));
-            const int aq = f & -static_cast<int>(below(q2 - q0, beta));
-            const int avg = (p0 + q0 + 1) >> 1;
-            const int dp1 = clampDelta((p2 + avg - 2 * p1) >> 1, tc0);
-            const int dq1 = clampDelta((q2 + avg - 2 * q1) >> 1, tc0);
-            P1[i] = static_cast<T>(p1 + (dp1 & ap));
-            Q1[i] = static_cast<T>(q1 + (dq1 & aq));
-            tcv = static_cast<T>(tc0 - ap - aq);
-        } else {
-            tcv = static_cast<T>(tc0 + 1);
-        }
+        const int ap = f & -static_cast<int>(below(p2 - p0, beta));
+        const int aq = f & -static_cast<int>(below(q2 - q0, beta));
+        const int avg = (p0 + q0 + 1) >> 1;
+        const int dp1 = clampDelta((p2 + avg - 2 * p1) >> 1, tc0);
+        const int dq1 = clampDelta((q2 + avg - 2 * q1) >> 1, tc0);
+        P1[i] = static_cast<T>(p1 + (dp1 & ap));
+        Q1[i] = static_cast<T>(q1 + (dq1 & aq));
+        const int tcv = static_cast<T>(tc0 - ap - aq);
         const int delta = clampDelta(((q0 - p0) * 4 + (p1 - q1) + 4) >> 3, tcv);
         P0[i] = static_cast<T>(p0 + ((std::min(std::max(p0 + delta, 0), maxVal) - p0) & f));
         Q0[i] = static_cast<T>(q0 + ((std::min(std::max(q0 - delta, 0), maxVal) - q0) & f));
     }
-    // Only p1..q1 change.
-    for (int k = Luma ? 1 : 0; k < (Luma ? 5 : 4); ++k) std::memcpy(q + (kFirst + k) * step, r[k], sizeof r[k]);
 }
 
-// A horizontal edge of four runs of RunLen columns: the strong runs (bS 4,
-// as S decides) line by line, all others as whole rows.
-template <class T, bool Luma, Strong S, int RunLen>
-inline void filterRowEdge(T* q, ptrdiff_t step, int alpha, int beta, const Zub8u* bS, const T* tc0, int maxVal) {
+// A horizontal luma edge of four runs of four columns: the bS = 4 runs line
+// by line, all others through lumaNormalRows.
+template <class T>
+inline void lumaRowEdge(T* q, ptrdiff_t step, int alpha, int beta, const Zub8u* bS, const T* tc0, int maxVal) {
     if (edgeIsZero(bS) || alpha == 0 || beta == 0) return;
-    if constexpr (S == Strong::WholeEdge) {
-        if (bS[0] == 4) {
-            strongLines<T, Luma>(q, step, 1, 4 * RunLen, alpha, beta);
-            return;
-        }
-    }
-    int tc[4 * RunLen];
+    int tc[16];
     bool normal = false;
     for (int r = 0; r < 4; ++r) {
-        const bool strong = S == Strong::PerRun && bS[r] == 4;
+        const bool strong = bS[r] == 4;
         const int t = bS[r] == 0 || strong ? -1 : tc0[r];
         normal |= t >= 0;
-        for (int i = 0; i < RunLen; ++i) tc[r * RunLen + i] = t;
-        if (strong) strongLines<T, Luma>(q + r * RunLen, step, 1, RunLen, alpha, beta);
+        for (int i = 0; i < 4; ++i) tc[4 * r + i] = t;
+        if (strong) strongLines<T, true>(q + 4 * r, step, 1, 4, alpha, beta);
     }
-    if (normal) normalRows<T, Luma, 4 * RunLen>(q, step, alpha, beta, tc, maxVal);
+    if (!normal) return;
+    T rows[6][16];
+    for (int k = 0; k < 6; ++k) std::memcpy(rows[k], q + (k - 3) * step, sizeof rows[k]);
+    lumaNormalRows(rows, alpha, beta, tc, maxVal);
+    // Only p1..q1 change.
+    for (int k = 1; k < 5; ++k) std::memcpy(q + (k - 3) * step, rows[k], sizeof rows[k]);
 }
 
 // One edge of four runs of RunLen lines each.  q: q0 of the first line;
@@ -250,21 +237,23 @@ inline void filterEdge(T* q, ptrdiff_t across, ptrdiff_t along, int alpha, int b
 // src: top-left sample; step: row step in samples; pos: the edge's column
 // (Vertical) or row.
 
-// Whole rows pay where the compiler has vector registers to map the columns
-// onto (SSE2 on x86-64) and 8-bit samples, whose sums fit narrow lanes; on a
-// scalar target such as i686 the line-by-line filter, which passes over an
+// Whole rows pay for horizontal luma edges of 8-bit samples where the
+// compiler has vector registers to map the columns onto (SSE2 on x86-64); on
+// a scalar target such as i686 the line-by-line filter, which passes over an
 // unfiltered line with one branch, is faster, and so it is for the short
-// chroma edges and for 16-bit samples everywhere.
+// chroma edges, for 16-bit samples and, as the transposition costs more than
+// it saves, for vertical edges.
 
 template <class T, bool Luma, Strong S, int RunLen, bool Vertical>
 inline void edgeAt(T* src, ptrdiff_t step, int pos, int alpha, int beta, const Zub8u* bS, const T* tc0,
                    int maxVal) {
-    if constexpr (Vertical)
-        filterEdge<T, Luma, S, RunLen>(src + pos, 1, step, alpha, beta, bS, tc0, maxVal);
-    else if constexpr (kVectorUnit && Luma && sizeof(T) == 1)
-        filterRowEdge<T, Luma, S, RunLen>(src + pos * step, step, alpha, beta, bS, tc0, maxVal);
+    T* q = Vertical ? src + pos : src + pos * step;
+    if constexpr (kVectorUnit && Luma && sizeof(T) == 1 && RunLen == 4 && !Vertical)
+        lumaRowEdge<T>(q, step, alpha, beta, bS, tc0, maxVal);
+    else if constexpr (Vertical)
+        filterEdge<T, Luma, S, RunLen>(q, 1, step, alpha, beta, bS, tc0, maxVal);
     else
-        filterEdge<T, Luma, S, RunLen>(src + pos * step, step, 1, alpha, beta, bS, tc0, maxVal);
+        filterEdge<T, Luma, S, RunLen>(q, step, 1, alpha, beta, bS, tc0, maxVal);
 }
 
 // Luma: edges at 4e, bS and tc0 of edge e at 4e..4e + 3, bS = 4 per run.
