@@ -161,37 +161,49 @@ inline void normalLines(T* q, ptrdiff_t across, ptrdiff_t along, int n, int alph
 // compiler vectorises.  tc[i] is column i's tc0, negative where the column
 // takes no bS < 4 filter (bS 0 or 4).  The filter works on a local copy of
 // the rows (r[0] = p2 .. r[5] = q2), so that the loop touches no memory that
-// another row may share.
-template <class T, int N>
-inline void lumaNormalRows(T (&r)[6][N], int alpha, int beta, const int* tc, int maxVal) {
-    T* P1 = r[1];
-    T* P0 = r[2];
-    T* Q0 = r[3];
-    T* Q1 = r[4];
+// another row may share.  Only 8-bit samples take this way.
+// The arithmetic is done in 16-bit values, which doubles the columns of a
+// vector: for 8-bit samples every value of the filter lies in -1275..1275.
+// (The vectoriser keeps 16-bit lanes only while every operand is cast back
+// to that width, hence the casts.)
+template <int N>
+inline void lumaNormalRows(Zub8u (&r)[6][N], int alpha, int beta, const int* tc) {
+    using V = int16_t;
+    Zub8u* P1 = r[1];
+    Zub8u* P0 = r[2];
+    Zub8u* Q0 = r[3];
+    Zub8u* Q1 = r[4];
+    const V a = static_cast<V>(alpha), b = static_cast<V>(beta);
+    // -1 where |d| < t, else 0.
+    auto lt = [](V d, V t) { return static_cast<V>(-(static_cast<V>(d < 0 ? -d : d) < t)); };
     ZUB_VECTOR_LOOP
     for (int i = 0; i < N; ++i) {
-        const int p2 = r[0][i], p1 = P1[i], p0 = P0[i], q0 = Q0[i], q1 = Q1[i], q2 = r[5][i];
-        const int tc0 = tc[i];
+        const V p2 = r[0][i], p1 = P1[i], p0 = P0[i], q0 = Q0[i], q1 = Q1[i], q2 = r[5][i];
+        const V tc0 = static_cast<V>(tc[i]);
         // Masks: -1 where the column is filtered, else 0.
-        const int f = -static_cast<int>((tc0 >= 0) & filterSamples(p1, p0, q0, q1, alpha, beta));
-        const int ap = f & -static_cast<int>(below(p2 - p0, beta));
-        const int aq = f & -static_cast<int>(below(q2 - q0, beta));
-        const int avg = (p0 + q0 + 1) >> 1;
-        const int dp1 = clampDelta((p2 + avg - 2 * p1) >> 1, tc0);
-        const int dq1 = clampDelta((q2 + avg - 2 * q1) >> 1, tc0);
-        P1[i] = static_cast<T>(p1 + (dp1 & ap));
-        Q1[i] = static_cast<T>(q1 + (dq1 & aq));
-        const int tcv = static_cast<T>(tc0 - ap - aq);
-        const int delta = clampDelta(((q0 - p0) * 4 + (p1 - q1) + 4) >> 3, tcv);
-        P0[i] = static_cast<T>(p0 + ((std::min(std::max(p0 + delta, 0), maxVal) - p0) & f));
-        Q0[i] = static_cast<T>(q0 + ((std::min(std::max(q0 - delta, 0), maxVal) - q0) & f));
+        const V f = static_cast<V>(-(tc0 >= 0) & lt(static_cast<V>(p0 - q0), a) & lt(static_cast<V>(p1 - p0), b) &
+                                   lt(static_cast<V>(q1 - q0), b));
+        const V ap = static_cast<V>(f & lt(static_cast<V>(p2 - p0), b));
+        const V aq = static_cast<V>(f & lt(static_cast<V>(q2 - q0), b));
+        const V avg = static_cast<V>((p0 + q0 + 1) >> 1);
+        const V dp1 = std::min<V>(std::max<V>(static_cast<V>((p2 + avg - 2 * p1) >> 1), static_cast<V>(-tc0)), tc0);
+        const V dq1 = std::min<V>(std::max<V>(static_cast<V>((q2 + avg - 2 * q1) >> 1), static_cast<V>(-tc0)), tc0);
+        P1[i] = static_cast<Zub8u>(p1 + (dp1 & ap));
+        Q1[i] = static_cast<Zub8u>(q1 + (dq1 & aq));
+        // tc = tc0 + ap + aq, kept to a byte like the threshold.
+        const V tcv = static_cast<V>(static_cast<Zub8u>(tc0 - ap - aq));
+        const V delta =
+            std::min<V>(std::max<V>(static_cast<V>(((q0 - p0) * 4 + (p1 - q1) + 4) >> 3), static_cast<V>(-tcv)), tcv);
+        const V np0 = std::min<V>(std::max<V>(static_cast<V>(p0 + delta), 0), 255);
+        const V nq0 = std::min<V>(std::max<V>(static_cast<V>(q0 - delta), 0), 255);
+        P0[i] = static_cast<Zub8u>(p0 + ((np0 - p0) & f));
+        Q0[i] = static_cast<Zub8u>(q0 + ((nq0 - q0) & f));
     }
 }
 
 // A horizontal luma edge of four runs of four columns: the bS = 4 runs line
 // by line, all others through lumaNormalRows.
-template <class T>
-inline void lumaRowEdge(T* q, ptrdiff_t step, int alpha, int beta, const Zub8u* bS, const T* tc0, int maxVal) {
+inline void lumaRowEdge(Zub8u* q, ptrdiff_t step, int alpha, int beta, const Zub8u* bS, const Zub8u* tc0) {
     if (edgeIsZero(bS) || alpha == 0 || beta == 0) return;
     int tc[16];
     bool normal = false;
@@ -200,12 +212,12 @@ inline void lumaRowEdge(T* q, ptrdiff_t step, int alpha, int beta, const Zub8u* 
         const int t = bS[r] == 0 || strong ? -1 : tc0[r];
         normal |= t >= 0;
         for (int i = 0; i < 4; ++i) tc[4 * r + i] = t;
-        if (strong) strongLines<T, true>(q + 4 * r, step, 1, 4, alpha, beta);
+        if (strong) strongLines<Zub8u, true>(q + 4 * r, step, 1, 4, alpha, beta);
     }
     if (!normal) return;
-    T rows[6][16];
+    Zub8u rows[6][16];
     for (int k = 0; k < 6; ++k) std::memcpy(rows[k], q + (k - 3) * step, sizeof rows[k]);
-    lumaNormalRows(rows, alpha, beta, tc, maxVal);
+    lumaNormalRows(rows, alpha, beta, tc);
     // Only p1..q1 change.
     for (int k = 1; k < 5; ++k) std::memcpy(q + (k - 3) * step, rows[k], sizeof rows[k]);
 }
@@ -249,7 +261,7 @@ inline void edgeAt(T* src, ptrdiff_t step, int pos, int alpha, int beta, const Z
                    int maxVal) {
     T* q = Vertical ? src + pos : src + pos * step;
     if constexpr (kVectorUnit && Luma && sizeof(T) == 1 && RunLen == 4 && !Vertical)
-        lumaRowEdge<T>(q, step, alpha, beta, bS, tc0, maxVal);
+        lumaRowEdge(q, step, alpha, beta, bS, tc0);
     else if constexpr (Vertical)
         filterEdge<T, Luma, S, RunLen>(q, 1, step, alpha, beta, bS, tc0, maxVal);
     else
