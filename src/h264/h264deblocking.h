@@ -201,10 +201,14 @@ inline void lumaNormalRows(Zub8u (&r)[6][N], int alpha, int beta, const int* tc)
     }
 }
 
-// A horizontal luma edge of four runs of four columns: the bS = 4 runs line
-// by line, all others through lumaNormalRows.
+// A luma edge of four runs of four lines: the bS = 4 runs line by line, all
+// others through lumaNormalRows, the lines being columns (horizontal edge:
+// q0 of line i at q + i) or rows (vertical edge: at q + i * step, copied in
+// transposed).
+template <bool Vertical>
 inline void lumaRowEdge(Zub8u* q, ptrdiff_t step, int alpha, int beta, const Zub8u* bS, const Zub8u* tc0) {
     if (edgeIsZero(bS) || alpha == 0 || beta == 0) return;
+    const ptrdiff_t across = Vertical ? 1 : step, along = Vertical ? step : 1;
     int tc[16];
     bool normal = false;
     for (int r = 0; r < 4; ++r) {
@@ -212,14 +216,24 @@ inline void lumaRowEdge(Zub8u* q, ptrdiff_t step, int alpha, int beta, const Zub
         const int t = bS[r] == 0 || strong ? -1 : tc0[r];
         normal |= t >= 0;
         for (int i = 0; i < 4; ++i) tc[4 * r + i] = t;
-        if (strong) strongLines<Zub8u, true>(q + 4 * r, step, 1, 4, alpha, beta);
+        if (strong) strongLines<Zub8u, true>(q + 4 * r * along, across, along, 4, alpha, beta);
     }
     if (!normal) return;
     Zub8u rows[6][16];
-    for (int k = 0; k < 6; ++k) std::memcpy(rows[k], q + (k - 3) * step, sizeof rows[k]);
+    for (int k = 0; k < 6; ++k) {
+        if constexpr (Vertical)
+            for (int i = 0; i < 16; ++i) rows[k][i] = q[i * step + k - 3];
+        else
+            std::memcpy(rows[k], q + (k - 3) * step, sizeof rows[k]);
+    }
     lumaNormalRows(rows, alpha, beta, tc);
     // Only p1..q1 change.
-    for (int k = 1; k < 5; ++k) std::memcpy(q + (k - 3) * step, rows[k], sizeof rows[k]);
+    for (int k = 1; k < 5; ++k) {
+        if constexpr (Vertical)
+            for (int i = 0; i < 16; ++i) q[i * step + k - 3] = rows[k][i];
+        else
+            std::memcpy(q + (k - 3) * step, rows[k], sizeof rows[k]);
+    }
 }
 
 // One edge of four runs of RunLen lines each.  q: q0 of the first line;
@@ -249,19 +263,18 @@ inline void filterEdge(T* q, ptrdiff_t across, ptrdiff_t along, int alpha, int b
 // src: top-left sample; step: row step in samples; pos: the edge's column
 // (Vertical) or row.
 
-// Whole rows pay for horizontal luma edges of 8-bit samples where the
-// compiler has vector registers to map the columns onto (SSE2 on x86-64); on
-// a scalar target such as i686 the line-by-line filter, which passes over an
+// Whole rows pay for luma edges of 8-bit samples where the compiler has
+// vector registers to map the columns onto (SSE2 on x86-64); on a scalar
+// target such as i686 the line-by-line filter, which passes over an
 // unfiltered line with one branch, is faster, and so it is for the short
-// chroma edges, for 16-bit samples and, as the transposition costs more than
-// it saves, for vertical edges.
+// chroma edges and for 16-bit samples.
 
 template <class T, bool Luma, Strong S, int RunLen, bool Vertical>
 inline void edgeAt(T* src, ptrdiff_t step, int pos, int alpha, int beta, const Zub8u* bS, const T* tc0,
                    int maxVal) {
     T* q = Vertical ? src + pos : src + pos * step;
-    if constexpr (kVectorUnit && Luma && sizeof(T) == 1 && RunLen == 4 && !Vertical)
-        lumaRowEdge(q, step, alpha, beta, bS, tc0);
+    if constexpr (kVectorUnit && Luma && sizeof(T) == 1 && RunLen == 4)
+        lumaRowEdge<Vertical>(q, step, alpha, beta, bS, tc0);
     else if constexpr (Vertical)
         filterEdge<T, Luma, S, RunLen>(q, 1, step, alpha, beta, bS, tc0, maxVal);
     else
