@@ -22,5 +22,6 @@
 #include "zubvc/h264weight.h"
 #include "zubvc/h264deblock.h"
 #include "zubvc/h264recon.h"
+#include "zubvc/mpeg2vlc.h"
 
 #endif

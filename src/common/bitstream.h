@@ -66,14 +66,21 @@ struct WordCursor {
 // Walks a multi-level code table at the cursor.  On success returns true and
 // sets `fields` to bits 8..31 of the final entry.  On the invalid marker the
 // cursor is put back where it stood on entry and false is returned.
-inline bool walkCodeTable(WordCursor& c, const int32_t* table, uint32_t& fields) {
-    const WordCursor start = c;
+// Walks a multi-level code table at the cursor and returns the final entry,
+// with the cursor after every bit looked up (nothing given back yet).
+inline uint32_t lookupCodeEntry(WordCursor& c, const int32_t* table) {
     const int32_t* t = table;
     uint32_t e = static_cast<uint32_t>(t[c.read(t[0]) + 1]);
     while ((e & 0xFFu) > 127u) {
         t = table + (e >> 8);
         e = static_cast<uint32_t>(t[c.read(t[0]) + 1]);
     }
+    return e;
+}
+
+inline bool walkCodeTable(WordCursor& c, const int32_t* table, uint32_t& fields) {
+    const WordCursor start = c;
+    const uint32_t e = lookupCodeEntry(c, table);
     c.giveBack(static_cast<int>(e & 0xFFu));
     fields = e >> 8;
     if (fields == kInvalidCode) {
