@@ -23,5 +23,6 @@
 #include "zubvc/h264deblock.h"
 #include "zubvc/h264recon.h"
 #include "zubvc/mpeg2vlc.h"
+#include "zubvc/mc.h"
 
 #endif
