@@ -162,9 +162,9 @@ ZUBVC_API ZubStatus zubiTransformQuantInvAddPred8x8_H264_32s_C1IR(const Zub32s* 
  * sum of the values above it in its column and its own, ZubBypassHorizontal
  * (after horizontal prediction) the sum along its row.  The sums saturate to
  * 0..255 (0..(1 << bitDepth) - 1) when added, not on the way.
- * Checks: pResidual, pSrcDst null (-8); width or height not 4, 8 or 16 (-6);
- * srcDstStep < width (-14); predDir outside 0..2 (-11); for 32s16u bitDepth
- * outside 8..14 (-11). */
+ * Checks: pResidual, pSrcDst null (-8); srcDstStep < width (-14), as the
+ * weighting functions test it; width or height not 4, 8 or 16 (-6); predDir
+ * outside 0..2 (-11); for 32s16u bitDepth outside 8..14 (-11). */
 enum { ZubBypassNone = 0, ZubBypassVertical = 1, ZubBypassHorizontal = 2 };
 ZUBVC_API ZubStatus zubiTransformBypassAddPred_H264_16s8u_C1IR(const Zub16s* pResidual, Zub8u* pSrcDst,
                                                                int srcDstStep, ZubSize roiSize, int predDir);

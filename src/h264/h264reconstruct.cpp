@@ -140,8 +140,8 @@ template <class Coef, class Pixel>
 ZubStatus bypassAdd(const Coef* r, Pixel* dst, int step, ZubSize size, int predDir, int bitDepth) {
     if (!r || !dst) return ZubStatusNullPointer;
     auto sizeOk = [](int n) { return n == 4 || n == 8 || n == 16; };
-    if (!sizeOk(size.width) || !sizeOk(size.height)) return ZubStatusBadSize;
     if (step < size.width) return ZubStatusBadStep;
+    if (!sizeOk(size.width) || !sizeOk(size.height)) return ZubStatusBadSize;
     if (predDir < 0 || predDir > 2 || !bitDepthOk(bitDepth)) return ZubStatusOutOfRange;
     const int w = size.width, maxVal = (1 << bitDepth) - 1;
     uint32_t column[16] = {};
