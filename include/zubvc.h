@@ -25,5 +25,6 @@
 #include "zubvc/mpeg2vlc.h"
 #include "zubvc/mpeg2quant.h"
 #include "zubvc/mpeg2idct.h"
+#include "zubvc/mc.h"
 
 #endif

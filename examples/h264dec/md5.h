@@ -1,28 +1,11 @@
-// MD5 (RFC 1321) for the per-frame hashes of zubvc-h264dec.
+// The frame hash of zubvc-h264dec: the examples' common MD5.
 #ifndef H264DEC_MD5_H
 #define H264DEC_MD5_H
 
-#include <cstddef>
-#include <cstdint>
-#include <string>
+#include "common/md5.h"
 
 namespace h264dec {
-
-class Md5 {
-public:
-    Md5();
-    void update(const uint8_t* data, size_t size);
-    // Finishes the hash; returns 32 lowercase hex digits.
-    std::string hexDigest();
-
-private:
-    void block(const uint8_t* p);
-    uint32_t h_[4];
-    uint8_t buf_[64];
-    size_t bufLen_ = 0;
-    uint64_t total_ = 0;
-};
-
-}  // namespace h264dec
+using Md5 = zubex::Md5;
+}
 
 #endif

@@ -1,10 +1,10 @@
 // MD5 as RFC 1321 describes it: 64-byte blocks, four rounds of sixteen steps.
-#include "md5.h"
+#include "common/md5.h"
 
 #include <cmath>
 #include <cstring>
 
-namespace h264dec {
+namespace zubex {
 namespace {
 
 constexpr int kShift[64] = {7, 12, 17, 22, 7, 12, 17, 22, 7, 12, 17, 22, 7, 12, 17, 22,
@@ -98,4 +98,4 @@ std::string Md5::hexDigest() {
     return s;
 }
 
-}  // namespace h264dec
+}  // namespace zubex
