@@ -12,7 +12,7 @@ PACKAGES = cmake make g++ g++-multilib libgtest-dev libbenchmark-dev pkg-config
 
 CONFIGURE = $(CMAKE) -S . -DCMAKE_BUILD_TYPE=Release -Wno-dev
 
-.PHONY: all deps deps-bench install-missing build build-x64 build-x86 build-san test test-x64 test-x86 test-san demo bench bench-decoder clean
+.PHONY: all deps deps-bench install-missing build build-x64 build-x86 build-san test test-x64 test-x86 test-san demo bench bench-decoder bench-mpeg2dec clean
 .PHONY: deps-fuzz build-fuzz build-fuzz-cov test-fuzz fuzz
 
 all: build
@@ -90,13 +90,15 @@ test-fuzz: build-fuzz
 fuzz: build-fuzz build-fuzz-cov
 	nice bash fuzz/run.sh fuzz $(BUILD)/fuzz $(BUILD)/fuzz-cov $(FUZZ_SECONDS)
 
-# Decodes the bundled sample stream with the example H.264 decoder: frames,
-# frames per second and the MD5 of the whole output; the pictures go to
-# $(BUILD)/demo.yuv.
+# Decodes the bundled sample streams with the example H.264 and MPEG-2
+# decoders: frames, frames per second and the MD5 of the whole output; the
+# pictures go to $(BUILD)/demo.yuv and $(BUILD)/demo_mpeg2.yuv.
 DEMO_STREAM ?= tests/data/qcif_qp26.264
+DEMO_MPEG2_STREAM ?= tests/data/mpeg2_mandel_b.m2v
 demo: build-x64
 	$(BUILD)/x64/examples/zubvc-info
 	$(BUILD)/x64/examples/h264dec/zubvc-h264dec $(DEMO_STREAM) -o $(BUILD)/demo.yuv
+	$(BUILD)/x64/examples/mpeg2dec/zubvc-mpeg2dec $(DEMO_MPEG2_STREAM) -o $(BUILD)/demo_mpeg2.yuv
 
 bench: build-x64
 	$(BUILD)/x64/bench/zubvc_bench --benchmark_min_time=0.2
@@ -106,6 +108,10 @@ bench: build-x64
 # first use).
 bench-decoder: build-x64 deps-bench
 	sh bench/bench_h264dec.sh $(BUILD)/x64/examples/h264dec/zubvc-h264dec $(BUILD)/bench_720p.264
+
+# The same for the MPEG-2 decoder on a 1280x720 stream with B-frames.
+bench-mpeg2dec: build-x64 deps-bench
+	sh bench/bench_h264dec.sh $(BUILD)/x64/examples/mpeg2dec/zubvc-mpeg2dec $(BUILD)/bench_720p.m2v mpeg2
 
 clean:
 	rm -rf $(BUILD)

@@ -1,14 +1,22 @@
 #!/bin/sh
-# Frames per second of zubvc-h264dec against `ffmpeg -cpuflags 0 -threads 1`
-# (ffmpeg's portable C paths, one thread) on the same 1280x720 CAVLC stream.
-#   sh bench/bench_h264dec.sh DECODER STREAM.264
+# Frames per second of an example decoder against `ffmpeg -cpuflags 0 -threads 1`
+# (ffmpeg's portable C paths, one thread) on the same 1280x720 stream: CAVLC
+# H.264 for zubvc-h264dec, or with CODEC mpeg2 MPEG-2 with B-frames for
+# zubvc-mpeg2dec.
+#   sh bench/bench_h264dec.sh DECODER STREAM [h264|mpeg2]
 set -e
 dec=$1
 stream=$2
+codec=${3:-h264}
 frames=300
 if [ ! -f "$stream" ]; then
-    ffmpeg -loglevel error -y -f lavfi -i "testsrc2=size=1280x720:rate=25" -frames:v $frames -pix_fmt yuv420p \
-        -c:v libx264 -coder 0 -profile:v baseline -preset medium -crf 23 -g 50 "$stream"
+    if [ "$codec" = mpeg2 ]; then
+        ffmpeg -loglevel error -y -f lavfi -i "testsrc2=size=1280x720:rate=25" -frames:v $frames -pix_fmt yuv420p \
+            -c:v mpeg2video -bf 2 -g 15 -b:v 6M -f mpeg2video "$stream"
+    else
+        ffmpeg -loglevel error -y -f lavfi -i "testsrc2=size=1280x720:rate=25" -frames:v $frames -pix_fmt yuv420p \
+            -c:v libx264 -coder 0 -profile:v baseline -preset medium -crf 23 -g 50 "$stream"
+    fi
 fi
 best() {  # best N CMD...: the shortest wall time of N runs, in seconds
     n=$1
@@ -26,6 +34,6 @@ best() {  # best N CMD...: the shortest wall time of N runs, in seconds
 ours=$(best 3 "$dec" "$stream" --quiet)
 theirs=$(best 3 ffmpeg -cpuflags 0 -threads 1 -i "$stream" -f null -)
 echo "stream: $stream ($frames frames, 1280x720)"
-echo "zubvc-h264dec: $(echo "$frames / $ours" | bc -l | cut -c1-6) fps"
+echo "$(basename "$dec"): $(echo "$frames / $ours" | bc -l | cut -c1-6) fps"
 echo "ffmpeg -cpuflags 0 -threads 1: $(echo "$frames / $theirs" | bc -l | cut -c1-6) fps"
 echo "ratio (ours / ffmpeg): $(echo "$theirs / $ours" | bc -l | cut -c1-5)"
