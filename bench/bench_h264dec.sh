@@ -1,39 +1,77 @@
 #!/bin/sh
-# Frames per second of an example decoder against `ffmpeg -cpuflags 0 -threads 1`
-# (ffmpeg's portable C paths, one thread) on the same 1280x720 stream: CAVLC
-# H.264 for zubvc-h264dec, or with CODEC mpeg2 MPEG-2 with B-frames for
-# zubvc-mpeg2dec.
-#   sh bench/bench_h264dec.sh DECODER STREAM [h264|mpeg2]
+# The example decoder on a 1280x720 baseline CAVLC stream, timed side by side
+# in one run: each decoder (and ffmpeg's portable C decoder,
+# `ffmpeg -cpuflags 0 -threads 1`) is run RUNS times in turn, and the best
+# user time of each is reported, with the ratios between them.
+#
+#   sh bench/bench_h264dec.sh STREAM RUNS LABEL=DECODER[,BEFORE] ...
+#
+# Each LABEL=DECODER names one build (x86-64, x86-32); with ,BEFORE the
+# decoder built from an earlier commit is timed against it in the same
+# rounds, after a check that both give the same frames.  ffmpeg is timed
+# in the same rounds when FFMPEG (default: ffmpeg) is not empty.  The stream
+# is made on first use: x264 --profile baseline --ref 4 --bitrate 3000,
+# 120 frames of ffmpeg's testsrc2.
 set -e
-dec=$1
-stream=$2
-codec=${3:-h264}
-frames=300
+stream=$1
+runs=$2
+shift 2
+ffmpeg=${FFMPEG-ffmpeg}
 if [ ! -f "$stream" ]; then
-    if [ "$codec" = mpeg2 ]; then
-        ffmpeg -loglevel error -y -f lavfi -i "testsrc2=size=1280x720:rate=25" -frames:v $frames -pix_fmt yuv420p \
-            -c:v mpeg2video -bf 2 -g 15 -b:v 6M -f mpeg2video "$stream"
-    else
-        ffmpeg -loglevel error -y -f lavfi -i "testsrc2=size=1280x720:rate=25" -frames:v $frames -pix_fmt yuv420p \
-            -c:v libx264 -coder 0 -profile:v baseline -preset medium -crf 23 -g 50 "$stream"
-    fi
+    ffmpeg -loglevel error -f lavfi -i "testsrc2=size=1280x720:rate=25" -frames:v 120 -pix_fmt yuv420p \
+        -f rawvideo - |
+        x264 --quiet --profile baseline --ref 4 --bitrate 3000 --input-res 1280x720 --fps 25 \
+            -o "$stream.tmp" - 2>/dev/null
+    mv "$stream.tmp" "$stream"
 fi
-best() {  # best N CMD...: the shortest wall time of N runs, in seconds
-    n=$1
-    shift
-    b=""
-    for i in $(seq "$n"); do
-        s=$(date +%s.%N)
-        "$@" >/dev/null 2>&1
-        e=$(date +%s.%N)
-        t=$(echo "$e - $s" | bc -l)
-        if [ -z "$b" ] || [ "$(echo "$t < $b" | bc -l)" = 1 ]; then b=$t; fi
-    done
-    echo "$b"
+
+# User seconds of one run of CMD..., output discarded.
+usertime() {
+    /usr/bin/env bash -c 'TIMEFORMAT=%U; time "$@" >/dev/null 2>&1' timer "$@" 2>&1 | tail -n 1
 }
-ours=$(best 3 "$dec" "$stream" --quiet)
-theirs=$(best 3 ffmpeg -cpuflags 0 -threads 1 -i "$stream" -f null -)
-echo "stream: $stream ($frames frames, 1280x720)"
-echo "$(basename "$dec"): $(echo "$frames / $ours" | bc -l | cut -c1-6) fps"
-echo "ffmpeg -cpuflags 0 -threads 1: $(echo "$frames / $theirs" | bc -l | cut -c1-6) fps"
-echo "ratio (ours / ffmpeg): $(echo "$theirs / $ours" | bc -l | cut -c1-5)"
+
+# The decoders to run, one "name path" pair a line.
+list=$(mktemp)
+trap 'rm -f "$list" "$list".*' EXIT
+for arg in "$@"; do
+    label=${arg%%=*}
+    paths=${arg#*=}
+    cur=${paths%%,*}
+    echo "$label $cur" >>"$list"
+    if [ "$paths" != "$cur" ]; then
+        before=${paths#*,}
+        "$cur" "$stream" --md5 >"$list.a"
+        "$before" "$stream" --md5 >"$list.b"
+        if ! cmp -s "$list.a" "$list.b"; then
+            echo "$label: the decoder before gives different frames" >&2
+            exit 1
+        fi
+        echo "$label-before $before" >>"$list"
+    fi
+done
+first=$(head -n 1 "$list" | cut -d' ' -f2)
+frames=$("$first" "$stream" --md5 | wc -l)
+
+# Best user time per name, alternating: round r runs every entry once.
+for r in $(seq "$runs"); do
+    while read -r name path; do
+        echo "$name $(usertime "$path" "$stream" --quiet)" >>"$list.t"
+    done <"$list"
+    if [ -n "$ffmpeg" ]; then
+        echo "ffmpeg $(usertime "$ffmpeg" -cpuflags 0 -threads 1 -i "$stream" -f null -)" >>"$list.t"
+    fi
+done
+
+echo "stream: $stream ($frames frames, 1280x720); best user time of $runs runs each, alternating"
+awk -v frames="$frames" '
+    { if (!($1 in best) || $2 < best[$1]) best[$1] = $2; if (!($1 in seen)) { seen[$1] = 1; order[n++] = $1 } }
+    END {
+        for (i = 0; i < n; ++i)
+            printf "  %-16s %7.3f s  %7.1f fps\n", order[i], best[order[i]], frames / best[order[i]]
+        for (i = 0; i < n; ++i) {
+            b = order[i] "-before"
+            if (b in best) printf "  %s: %.3fx the decoder before\n", order[i], best[b] / best[order[i]]
+        }
+        if ("ffmpeg" in best && "x86-64" in best)
+            printf "  x86-64 against ffmpeg -cpuflags 0 -threads 1: %.3fx\n", best["ffmpeg"] / best["x86-64"]
+    }' "$list.t"

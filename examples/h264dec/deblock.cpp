@@ -2,8 +2,10 @@
 // strengths, alpha, beta and tC0 per edge; the filtering itself is the
 // library's.
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "decoder.h"
 #include "state.h"
@@ -20,13 +22,22 @@ const uint8_t kAlpha[52] = {0,  0,  0,  0,  0,  0,  0,  0,  0,  0,  0,   0,   0,
 const uint8_t kBeta[52] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  0,  0,  0,  0,  0,  2,  2,  2,  3,  3,  3,  3,  4,  4,  4,
                            6, 6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13, 14, 14, 15, 15, 16, 16, 17, 17, 18, 18};
 // Table 8-17: tC0' by indexA for bS = 1, 2, 3.
-const uint8_t kTc0[52][3] = {
+constexpr uint8_t kTc0[52][3] = {
     {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0},   {0, 0, 0},   {0, 0, 0},   {0, 0, 0},
     {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0},   {0, 0, 0},   {0, 0, 0},   {0, 0, 1},
     {0, 0, 1}, {0, 0, 1}, {0, 0, 1}, {0, 1, 1}, {0, 1, 1}, {1, 1, 1},   {1, 1, 1},   {1, 1, 1},   {1, 1, 1},
     {1, 1, 2}, {1, 1, 2}, {1, 1, 2}, {1, 1, 2}, {1, 2, 3}, {1, 2, 3},   {2, 2, 3},   {2, 2, 4},   {2, 3, 4},
     {2, 3, 4}, {3, 3, 5}, {3, 4, 6}, {3, 4, 6}, {4, 5, 7}, {4, 5, 8},   {4, 6, 9},   {5, 7, 10},  {6, 8, 11},
     {6, 8, 13}, {7, 10, 14}, {8, 11, 16}, {9, 12, 18}, {10, 13, 20}, {11, 15, 23}, {13, 17, 25}};
+
+// tC0 by indexA and bS 0..4, zero where no tC0 applies (bS 0 and 4), so
+// that a strength indexes its row without a test.
+constexpr auto kTc0ByBs = [] {
+    std::array<std::array<uint8_t, 5>, 52> t{};
+    for (int i = 0; i < 52; ++i)
+        for (int b = 1; b <= 3; ++b) t[i][b] = kTc0[i][b - 1];
+    return t;
+}();
 
 struct EdgeParams {
     Zub8u alpha[2], beta[2];
@@ -45,11 +56,22 @@ void Decoder::deblockPicture() {
     const int16_t* mv = s.mv.data();
     const uint32_t* serial = s.refSerial.data();
     // bS 1 or 0 between two inter 4x4 blocks without coefficients: different
-    // reference pictures, or motion vectors four quarter samples apart.
+    // reference pictures, or motion vectors four quarter samples apart
+    // (|d| >= 4 as one unsigned range test per component, no branches).
     auto motionBs = [&](size_t bp, size_t bq) -> Zub8u {
-        return serial[bp] != serial[bq] || std::abs(mv[2 * bp] - mv[2 * bq]) >= 4 ||
-               std::abs(mv[2 * bp + 1] - mv[2 * bq + 1]) >= 4;
+        const unsigned dx = static_cast<unsigned>(mv[2 * bp] - mv[2 * bq] + 3);
+        const unsigned dy = static_cast<unsigned>(mv[2 * bp + 1] - mv[2 * bq + 1] + 3);
+        return static_cast<Zub8u>((serial[bp] != serial[bq]) | (dx > 6u) | (dy > 6u));
     };
+    // Both vector components of a block as one word, for equality tests.
+    auto mvWord = [&](size_t b) {
+        uint32_t v;
+        std::memcpy(&v, mv + 2 * b, sizeof v);
+        return v;
+    };
+
+    // Per macroblock: its sixteen blocks share one reference and vector.
+    std::vector<uint8_t> uniform(static_cast<size_t>(w) * s.hMbs, 0);
 
     for (int my = 0; my < s.hMbs; ++my)
         for (int mx = 0; mx < w; ++mx) {
@@ -73,40 +95,50 @@ void Decoder::deblockPicture() {
                 std::fill(bsH + 4, bsH + 16, Zub8u{3});
             } else {
                 // Internal edges (clause 8.7.2.1): 2 with coefficients on either
-                // side, else the motion test.  A macroblock without luma
-                // coefficients whose blocks share one motion has none to filter.
+                // side, else the motion test, which a macroblock whose blocks
+                // share one motion (P_Skip, 16x16) passes everywhere.
+                const uint32_t s0 = serial[blk0], m0 = mvWord(blk0);
+                uint32_t diff = 0;
+                for (int k = 0; k < 4 && diff == 0; ++k) {
+                    const size_t r = blk0 + static_cast<size_t>(k) * s4;
+                    diff = (serial[r] ^ s0) | (serial[r + 1] ^ s0) | (serial[r + 2] ^ s0) | (serial[r + 3] ^ s0) |
+                           (mvWord(r) ^ m0) | (mvWord(r + 1) ^ m0) | (mvWord(r + 2) ^ m0) | (mvWord(r + 3) ^ m0);
+                }
+                uniform[mb] = diff == 0;
                 uint64_t nzWords[2];
                 std::memcpy(nzWords, nz, 16);
-                bool uniform = (nzWords[0] | nzWords[1]) == 0;
-                for (int k = 0; k < 4 && uniform; ++k)
-                    for (int c = 0; c < 4; ++c) {
-                        const size_t b = blk0 + static_cast<size_t>(k) * s4 + c;
-                        if (serial[b] != serial[blk0] || mv[2 * b] != mv[2 * blk0] || mv[2 * b + 1] != mv[2 * blk0 + 1]) {
-                            uniform = false;
-                            break;
-                        }
-                    }
-                if (uniform) {
+                if (diff == 0 && (nzWords[0] | nzWords[1]) == 0) {
                     std::fill(bsV + 4, bsV + 16, Zub8u{0});
                     std::fill(bsH + 4, bsH + 16, Zub8u{0});
-                } else
-                for (int e = 1; e < 4; ++e)
-                    for (int k = 0; k < 4; ++k) {
-                        const size_t bq = blk0 + static_cast<size_t>(k) * s4 + e;
-                        bsV[4 * e + k] = (nz[k * 4 + e] | nz[k * 4 + e - 1]) ? 2 : motionBs(bq - 1, bq);
-                        const size_t hq = blk0 + static_cast<size_t>(e) * s4 + k;
-                        bsH[4 * e + k] = (nz[e * 4 + k] | nz[(e - 1) * 4 + k]) ? 2 : motionBs(hq - s4, hq);
-                    }
-                // Macroblock edges: 4 next to an intra macroblock.
+                } else if (diff == 0) {
+                    for (int e = 1; e < 4; ++e)
+                        for (int k = 0; k < 4; ++k) {
+                            bsV[4 * e + k] = (nz[k * 4 + e] | nz[k * 4 + e - 1]) ? 2 : 0;
+                            bsH[4 * e + k] = (nz[e * 4 + k] | nz[(e - 1) * 4 + k]) ? 2 : 0;
+                        }
+                } else {
+                    for (int e = 1; e < 4; ++e)
+                        for (int k = 0; k < 4; ++k) {
+                            const size_t bq = blk0 + static_cast<size_t>(k) * s4 + e;
+                            bsV[4 * e + k] = (nz[k * 4 + e] | nz[k * 4 + e - 1]) ? 2 : motionBs(bq - 1, bq);
+                            const size_t hq = blk0 + static_cast<size_t>(e) * s4 + k;
+                            bsH[4 * e + k] = (nz[e * 4 + k] | nz[(e - 1) * 4 + k]) ? 2 : motionBs(hq - s4, hq);
+                        }
+                }
+                // Macroblock edges: 4 next to an intra macroblock; between two
+                // macroblocks of one motion each, one motion test serves the
+                // edge.
                 if (!left) {
                     std::fill(bsV, bsV + 4, Zub8u{0});
                 } else if (isIntra(mb - 1)) {
                     std::fill(bsV, bsV + 4, Zub8u{4});
                 } else {
                     const uint8_t* nzl = &s.nnz[(mb - 1) * 24];
+                    const bool both = uniform[mb] && uniform[mb - 1];
+                    const Zub8u one = both ? motionBs(blk0 - 1, blk0) : Zub8u{0};
                     for (int k = 0; k < 4; ++k) {
                         const size_t bq = blk0 + static_cast<size_t>(k) * s4;
-                        bsV[k] = (nz[k * 4] | nzl[k * 4 + 3]) ? 2 : motionBs(bq - 1, bq);
+                        bsV[k] = (nz[k * 4] | nzl[k * 4 + 3]) ? 2 : both ? one : motionBs(bq - 1, bq);
                     }
                 }
                 if (!top) {
@@ -115,9 +147,11 @@ void Decoder::deblockPicture() {
                     std::fill(bsH, bsH + 4, Zub8u{4});
                 } else {
                     const uint8_t* nzt = &s.nnz[(mb - w) * 24];
+                    const bool both = uniform[mb] && uniform[mb - w];
+                    const Zub8u one = both ? motionBs(blk0 - s4, blk0) : Zub8u{0};
                     for (int k = 0; k < 4; ++k) {
                         const size_t hq = blk0 + static_cast<size_t>(k);
-                        bsH[k] = (nz[k] | nzt[12 + k]) ? 2 : motionBs(hq - s4, hq);
+                        bsH[k] = (nz[k] | nzt[12 + k]) ? 2 : both ? one : motionBs(hq - s4, hq);
                     }
                 }
             }
@@ -132,10 +166,7 @@ void Decoder::deblockPicture() {
                     ep.alpha[i] = kAlpha[idxA[i]];
                     ep.beta[i] = kBeta[idxB[i]];
                 }
-                for (int i = 0; i < 16; ++i) {
-                    const int b = bs[i];
-                    tc0[i] = (b >= 1 && b <= 3) ? kTc0[idxA[i >= 4]][b - 1] : 0;
-                }
+                for (int i = 0; i < 16; ++i) tc0[i] = kTc0ByBs[idxA[i >= 4]][bs[i]];
             };
             uint64_t words[4];
             std::memcpy(words, bsV, 16);
@@ -173,10 +204,7 @@ void Decoder::deblockPicture() {
                     }
                     // Chroma edge k uses the strengths of luma edge 2k.
                     for (int k = 0; k < 2; ++k)
-                        for (int i = 0; i < 4; ++i) {
-                            const int b = bs[8 * k + i];
-                            t[4 * k + i] = (b >= 1 && b <= 3) ? kTc0[idxA[k]][b - 1] : 0;
-                        }
+                        for (int i = 0; i < 4; ++i) t[4 * k + i] = kTc0ByBs[idxA[k]][bs[8 * k + i]];
                 };
                 const int cq = qpc(qpq);
                 if (anyV) {

@@ -5,8 +5,19 @@
 
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace zub {
+
+// Whether the target has vector registers the compiler maps loops onto
+// (SSE2 on x86-64); i686 without SSE2 has none.  Kernels choose the shape of
+// their loops by it: narrow lanes and branch-free rows where the loops are
+// vectorised, full-width scalar values and early exits where they are not.
+#if defined(__SSE2__) || defined(__ARM_NEON) || defined(__ALTIVEC__)
+inline constexpr bool kVectorUnit = true;
+#else
+inline constexpr bool kVectorUnit = false;
+#endif
 
 template <class T>
 constexpr T clampTo(int v, int lo, int hi) {
@@ -22,7 +33,9 @@ constexpr uint8_t clip8(int v) { return static_cast<uint8_t>(v < 0 ? 0 : (v > 25
 // and ask the traits for the maximum, so the 8-bit instance folds it away.
 template <class T> struct SampleTraits;
 template <> struct SampleTraits<uint8_t> {
-    using Wide = int16_t;  // unrounded six-tap intermediates fit 16 bits
+    // Unrounded six-tap intermediates fit 16 bits, which gives vector loops
+    // twice the lanes; scalar code is better served by full registers.
+    using Wide = std::conditional_t<kVectorUnit, int16_t, int32_t>;
     static constexpr int maxVal(int /*bitDepth*/) { return 255; }
 };
 template <> struct SampleTraits<uint16_t> {

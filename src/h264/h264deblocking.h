@@ -11,11 +11,13 @@
 #ifndef ZUBVC_H264_DEBLOCKING_H
 #define ZUBVC_H264_DEBLOCKING_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #include "../common/sample.h"
+#include "h264interpolatekernel.h"
 #include "zubvc.h"
 
 namespace zub::deblock {
@@ -49,7 +51,9 @@ inline bool edgeIsZero(const Zub8u* bS) {
 // |d| < t as one unsigned comparison (d lies in -(t - 1)..t - 1); t >= 1,
 // which filterEdge ensures by passing over edges with alpha or beta zero.
 inline bool below(int d, int t) { return static_cast<unsigned>(d + t - 1) < static_cast<unsigned>(2 * t - 1); }
-inline int clampDelta(int v, int t) { return v < -t ? -t : (v > t ? t : v); }
+// Written with min and max, which the compiler turns into selects also
+// inside vectorised loops.
+inline int clampDelta(int v, int t) { return std::min(std::max(v, -t), t); }
 
 // filterSamplesFlag of clause 8.7.2: all three tests are strict.  Evaluated
 // without short cuts, so that a line costs one branch.
@@ -150,6 +154,88 @@ inline void normalLines(T* q, ptrdiff_t across, ptrdiff_t along, int n, int alph
     }
 }
 
+// ---- whole rows --------------------------------------------------------------
+// The lines of a horizontal edge lie side by side, so the rows p2..q2 can be
+// filtered as rows: the luma bS < 4 filter runs over all N columns in one
+// loop without branches, each column's result chosen by its mask, which the
+// compiler vectorises.  tc[i] is column i's tc0, negative where the column
+// takes no bS < 4 filter (bS 0 or 4).  The filter works on a local copy of
+// the rows (r[0] = p2 .. r[5] = q2), so that the loop touches no memory that
+// another row may share.  Only 8-bit samples take this way.
+// The arithmetic is done in 16-bit values, which doubles the columns of a
+// vector: for 8-bit samples every value of the filter lies in -1275..1275.
+// (The vectoriser keeps 16-bit lanes only while every operand is cast back
+// to that width, hence the casts.)
+template <int N>
+inline void lumaNormalRows(Zub8u (&r)[6][N], int alpha, int beta, const int* tc) {
+    using V = int16_t;
+    Zub8u* P1 = r[1];
+    Zub8u* P0 = r[2];
+    Zub8u* Q0 = r[3];
+    Zub8u* Q1 = r[4];
+    const V a = static_cast<V>(alpha), b = static_cast<V>(beta);
+    // -1 where |d| < t, else 0.
+    auto lt = [](V d, V t) { return static_cast<V>(-(static_cast<V>(d < 0 ? -d : d) < t)); };
+    ZUB_VECTOR_LOOP
+    for (int i = 0; i < N; ++i) {
+        const V p2 = r[0][i], p1 = P1[i], p0 = P0[i], q0 = Q0[i], q1 = Q1[i], q2 = r[5][i];
+        const V tc0 = static_cast<V>(tc[i]);
+        // Masks: -1 where the column is filtered, else 0.
+        const V f = static_cast<V>(-(tc0 >= 0) & lt(static_cast<V>(p0 - q0), a) & lt(static_cast<V>(p1 - p0), b) &
+                                   lt(static_cast<V>(q1 - q0), b));
+        const V ap = static_cast<V>(f & lt(static_cast<V>(p2 - p0), b));
+        const V aq = static_cast<V>(f & lt(static_cast<V>(q2 - q0), b));
+        const V avg = static_cast<V>((p0 + q0 + 1) >> 1);
+        const V dp1 = std::min<V>(std::max<V>(static_cast<V>((p2 + avg - 2 * p1) >> 1), static_cast<V>(-tc0)), tc0);
+        const V dq1 = std::min<V>(std::max<V>(static_cast<V>((q2 + avg - 2 * q1) >> 1), static_cast<V>(-tc0)), tc0);
+        P1[i] = static_cast<Zub8u>(p1 + (dp1 & ap));
+        Q1[i] = static_cast<Zub8u>(q1 + (dq1 & aq));
+        // tc = tc0 + ap + aq, kept to a byte like the threshold.
+        const V tcv = static_cast<V>(static_cast<Zub8u>(tc0 - ap - aq));
+        const V delta =
+            std::min<V>(std::max<V>(static_cast<V>(((q0 - p0) * 4 + (p1 - q1) + 4) >> 3), static_cast<V>(-tcv)), tcv);
+        const V np0 = std::min<V>(std::max<V>(static_cast<V>(p0 + delta), 0), 255);
+        const V nq0 = std::min<V>(std::max<V>(static_cast<V>(q0 - delta), 0), 255);
+        P0[i] = static_cast<Zub8u>(p0 + ((np0 - p0) & f));
+        Q0[i] = static_cast<Zub8u>(q0 + ((nq0 - q0) & f));
+    }
+}
+
+// A luma edge of four runs of four lines: the bS = 4 runs line by line, all
+// others through lumaNormalRows, the lines being columns (horizontal edge:
+// q0 of line i at q + i) or rows (vertical edge: at q + i * step, copied in
+// transposed).
+template <bool Vertical>
+inline void lumaRowEdge(Zub8u* q, ptrdiff_t step, int alpha, int beta, const Zub8u* bS, const Zub8u* tc0) {
+    if (edgeIsZero(bS) || alpha == 0 || beta == 0) return;
+    const ptrdiff_t across = Vertical ? 1 : step, along = Vertical ? step : 1;
+    int tc[16];
+    bool normal = false;
+    for (int r = 0; r < 4; ++r) {
+        const bool strong = bS[r] == 4;
+        const int t = bS[r] == 0 || strong ? -1 : tc0[r];
+        normal |= t >= 0;
+        for (int i = 0; i < 4; ++i) tc[4 * r + i] = t;
+        if (strong) strongLines<Zub8u, true>(q + 4 * r * along, across, along, 4, alpha, beta);
+    }
+    if (!normal) return;
+    Zub8u rows[6][16];
+    for (int k = 0; k < 6; ++k) {
+        if constexpr (Vertical)
+            for (int i = 0; i < 16; ++i) rows[k][i] = q[i * step + k - 3];
+        else
+            std::memcpy(rows[k], q + (k - 3) * step, sizeof rows[k]);
+    }
+    lumaNormalRows(rows, alpha, beta, tc);
+    // Only p1..q1 change.
+    for (int k = 1; k < 5; ++k) {
+        if constexpr (Vertical)
+            for (int i = 0; i < 16; ++i) q[i * step + k - 3] = rows[k][i];
+        else
+            std::memcpy(q + (k - 3) * step, rows[k], sizeof rows[k]);
+    }
+}
+
 // One edge of four runs of RunLen lines each.  q: q0 of the first line;
 // bS: the edge's four bS bytes; tc0: its four tc0 values.  An edge whose four
 // bS bytes are zero is passed over with one 32-bit test; so is one with alpha
@@ -177,13 +263,22 @@ inline void filterEdge(T* q, ptrdiff_t across, ptrdiff_t along, int alpha, int b
 // src: top-left sample; step: row step in samples; pos: the edge's column
 // (Vertical) or row.
 
+// Whole rows pay for luma edges of 8-bit samples where the compiler has
+// vector registers to map the columns onto (SSE2 on x86-64); on a scalar
+// target such as i686 the line-by-line filter, which passes over an
+// unfiltered line with one branch, is faster, and so it is for the short
+// chroma edges and for 16-bit samples.
+
 template <class T, bool Luma, Strong S, int RunLen, bool Vertical>
 inline void edgeAt(T* src, ptrdiff_t step, int pos, int alpha, int beta, const Zub8u* bS, const T* tc0,
                    int maxVal) {
-    if constexpr (Vertical)
-        filterEdge<T, Luma, S, RunLen>(src + pos, 1, step, alpha, beta, bS, tc0, maxVal);
+    T* q = Vertical ? src + pos : src + pos * step;
+    if constexpr (kVectorUnit && Luma && sizeof(T) == 1 && RunLen == 4)
+        lumaRowEdge<Vertical>(q, step, alpha, beta, bS, tc0);
+    else if constexpr (Vertical)
+        filterEdge<T, Luma, S, RunLen>(q, 1, step, alpha, beta, bS, tc0, maxVal);
     else
-        filterEdge<T, Luma, S, RunLen>(src + pos * step, step, 1, alpha, beta, bS, tc0, maxVal);
+        filterEdge<T, Luma, S, RunLen>(q, step, 1, alpha, beta, bS, tc0, maxVal);
 }
 
 // Luma: edges at 4e, bS and tc0 of edge e at 4e..4e + 3, bS = 4 per run.

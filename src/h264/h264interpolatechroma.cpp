@@ -17,8 +17,10 @@ namespace {
 enum Kind { K00, K0x, Ky0, Kyx };
 
 // Sums of weighted samples: below 2^14 for 8-bit samples, so 16-bit lanes
-// hold them exactly (which lets the compiler vectorise the 8-bit kernels).
-template <class T> using ChromaSum = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
+// hold them exactly (which gives the vectorised 8-bit kernels twice the
+// lanes); scalar targets keep them in full registers.
+template <class T>
+using ChromaSum = std::conditional_t<sizeof(T) == 1 && zub::kVectorUnit, uint16_t, uint32_t>;
 
 template <class T, int Kd, int FixedW>
 void chromaRows(const T* __restrict s, std::ptrdiff_t ss, T* __restrict d, std::ptrdiff_t ds, int width, int height,

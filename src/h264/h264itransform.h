@@ -92,10 +92,23 @@ inline void inverse4x4(const uint32_t d[16], int32_t r[16]) {
     }
 }
 
+// Prediction + residual saturated to 0..maxVal.  Bytes take one test that
+// is almost never true (any bit above the low eight set) instead of two
+// clamps: rows of four samples are too short for the vectoriser anyway.
+template <class Pixel>
+inline Pixel addSaturated(int v, int maxVal) {
+    if constexpr (sizeof(Pixel) == 1) {
+        (void)maxVal;
+        return static_cast<Pixel>((v & ~255) ? ~v >> 31 : v);
+    } else {
+        return static_cast<Pixel>(clip(v, maxVal));
+    }
+}
+
 template <class Pixel>
 inline void addResidual4x4(const int32_t r[16], Pixel* dst, int step, int maxVal) {
     for (int y = 0; y < 4; ++y, dst += step)
-        for (int x = 0; x < 4; ++x) dst[x] = static_cast<Pixel>(clip(dst[x] + r[4 * y + x], maxVal));
+        for (int x = 0; x < 4; ++x) dst[x] = addSaturated<Pixel>(dst[x] + r[4 * y + x], maxVal);
 }
 
 // A block whose only non-zero input is the (scaled) DC: every residual sample
@@ -105,7 +118,7 @@ inline void addDcOnly4x4(int32_t dc, Pixel* dst, int step, int maxVal) {
     const int32_t r = static_cast<int32_t>(sra(static_cast<uint32_t>(dc) + 32u, 6));
     if (r == 0) return;
     for (int y = 0; y < 4; ++y, dst += step)
-        for (int x = 0; x < 4; ++x) dst[x] = static_cast<Pixel>(clip(dst[x] + r, maxVal));
+        for (int x = 0; x < 4; ++x) dst[x] = addSaturated<Pixel>(dst[x] + r, maxVal);
 }
 
 // The whole path for one block.  coef may be null when dc is not.
