@@ -573,7 +573,7 @@ struct Decoder::Impl {
         const int mx = address % mbWidth, my = address / mbWidth;
         for (int c = 0; c < 3; ++c) {
             const int bw = c ? 16 >> chromaWidthShift() : 16, bh = c ? 16 >> chromaHeightShift() : 16;
-            const Zub16s* res = hasResidual ? residual[c] : zeros;
+            const Zub16s* res = hasResidual ? residual[c] : nullptr;
             const int stride = current->stride[c];
             uint8_t* dst = current->plane(c) + static_cast<size_t>(my * bh) * stride + mx * bw;
             const int fields = m.type == 1 ? 2 : 1;
@@ -598,16 +598,35 @@ struct Decoder::Impl {
                     ref[s] = f.data[c].data() + static_cast<size_t>(y * fields + fieldRow) * f.stride[c] + x;
                     type[s] = (v.x & 1) << 3 | (v.y & 1) << 2;
                 }
-                mc(c, bw, bh / fields, ref, type, step, res + r * bw, 2 * bw * fields, dst + r * stride, step);
+                mc(bw, bh / fields, ref, type, step, res ? res + r * bw : nullptr, 2 * bw * fields, dst + r * stride,
+                   step);
             }
         }
     }
 
-    // One library call: a block of bw x bh from one or two references.
-    void mc(int c, int bw, int bh, const uint8_t* const ref[2], const int type[2], int step, const Zub16s* res,
+    // One library call: a block of bw x bh from one or two references, with
+    // the residual res (null: none).
+    void mc(int bw, int bh, const uint8_t* const ref[2], const int type[2], int step, const Zub16s* res,
             int resStep, uint8_t* dst, int dstStep) {
-        static_cast<void>(c);
         const int size = bw << 8 | bh;
+        if (!res && !(ref[0] && ref[1])) {
+            // A prediction alone: the half-sample copies (accuracy bit 0
+            // horizontal, bit 1 vertical).
+            const int s = ref[0] ? 0 : 1;
+            ZubStatus (*copy)(const Zub8u*, Zub32s, Zub8u*, Zub32s, Zub32s, Zub32s) = nullptr;
+            switch (size) {
+            case 16 << 8 | 16: copy = zubiCopy16x16HP_8u_C1R; break;
+            case 16 << 8 | 8: copy = zubiCopy16x8HP_8u_C1R; break;
+            case 8 << 8 | 8: copy = zubiCopy8x8HP_8u_C1R; break;
+            case 8 << 8 | 4: copy = zubiCopy8x4HP_8u_C1R; break;
+            default: break;
+            }
+            if (copy && ref[s]) {
+                copy(ref[s], step, dst, dstStep, (type[s] >> 3 & 1) | (type[s] >> 1 & 2), 0);
+                return;
+            }
+        }
+        if (!res) res = zeros;  // rows of at most 16 values, at most 16 rows apart
         if (ref[0] && ref[1]) {
             ZubStatus (*f)(const Zub8u*, Zub32s, Zub32s, const Zub8u*, Zub32s, Zub32s, const Zub16s*, Zub32s,
                            Zub8u*, Zub32s, Zub32s) = nullptr;
@@ -640,15 +659,26 @@ struct Decoder::Impl {
 
     void decode(const uint8_t* data, size_t size) {
         words.assign((size + 3) / 4 + kPadWords, 0);
-        for (size_t i = 0; i < size; ++i) words[i / 4] |= static_cast<uint32_t>(data[i]) << (24 - 8 * (i % 4));
+        const size_t whole = size / 4;
+        for (size_t k = 0; k < whole; ++k) {
+            const uint8_t* b = data + 4 * k;
+            words[k] = static_cast<uint32_t>(b[0]) << 24 | static_cast<uint32_t>(b[1]) << 16 |
+                       static_cast<uint32_t>(b[2]) << 8 | b[3];
+        }
+        for (size_t i = 4 * whole; i < size; ++i) words[whole] |= static_cast<uint32_t>(data[i]) << (24 - 8 * (i % 4));
         bits.base = words.data();
-        // Start codes 00 00 01 xx; each unit runs to the next one.
+        // Start codes 00 00 01 xx; each unit runs to the next one.  A byte
+        // above 1 at i + 2 rules out a start code at i, i + 1 and i + 2.
         std::vector<size_t> starts;
-        for (size_t i = 0; i + 3 < size; ++i)
-            if (data[i] == 0 && data[i + 1] == 0 && data[i + 2] == 1) {
+        for (size_t i = 0; i + 3 < size;) {
+            if (data[i + 2] > 1) i += 3;
+            else if (data[i] == 0 && data[i + 1] == 0 && data[i + 2] == 1) {
                 starts.push_back(i);
-                i += 2;
+                i += 3;
+            } else {
+                ++i;
             }
+        }
         for (size_t k = 0; k < starts.size(); ++k) {
             const size_t at = starts[k], end = k + 1 < starts.size() ? starts[k + 1] : size;
             const int code = data[at + 3];
