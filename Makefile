@@ -14,7 +14,7 @@ PACKAGES = cmake make g++ g++-multilib libgtest-dev libbenchmark-dev pkg-config
 CONFIGURE = $(CMAKE) -S . -DCMAKE_BUILD_TYPE=Release -Wno-dev
 
 .PHONY: all deps deps-bench install-missing build build-x64 build-x86 build-san test test-x64 test-x86 test-san deps32 demo bench bench32 bench-decoder bench-before clean
-.PHONY: deps-fuzz build-fuzz build-fuzz-cov test-fuzz fuzz
+.PHONY: deps-fuzz build-fuzz build-fuzz-cov test-fuzz fuzz build-tsan test-tsan
 
 all: build
 
@@ -74,8 +74,20 @@ test-san: build-san
 	cd $(BUILD)/san && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 	  ctest --output-on-failure -j $(JOBS)
 
-test: test-x64 test-x86 test-san test-fuzz
-	@echo "all configurations passed: x86-64, x86-32, sanitizers, fuzz replay"
+test: test-x64 test-x86 test-san test-fuzz test-tsan
+	@echo "all configurations passed: x86-64, x86-32, sanitizers, fuzz replay, threads"
+
+# ThreadSanitizer build: eight threads decode streams and call primitives at
+# once (tests/test_threads.cpp); any report fails.
+build-tsan: deps
+	$(CONFIGURE) -B $(BUILD)/tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DCMAKE_C_FLAGS=-fsanitize=thread -DCMAKE_CXX_FLAGS=-fsanitize=thread \
+	  -DCMAKE_EXE_LINKER_FLAGS=-fsanitize=thread -DCMAKE_SHARED_LINKER_FLAGS=-fsanitize=thread
+	$(CMAKE) --build $(BUILD)/tsan -j $(JOBS) --target zubvc_tests
+
+test-tsan: build-tsan
+	cd $(BUILD)/tsan && TSAN_OPTIONS="halt_on_error=1 exitcode=66" tests/zubvc_tests --gtest_filter='Threads.*'
+
 
 # libFuzzer targets (fuzz/README.md), built with Debian's clang: $(BUILD)/fuzz
 # with ASan and UBSan (not recoverable), $(BUILD)/fuzz-cov with source-based

@@ -10,7 +10,8 @@
 // A corrupt stream must end with a DecodeError (or decode to the end), never
 // anything else.  Every output picture must have the shape the decoder
 // promises: a luma plane no larger than the 396-macroblock frame, chroma
-// planes of half its width and height, steps at least as wide as the
+// planes of half its width and height (rounded up: 4:0:0 pictures may have
+// odd sizes), steps at least as wide as the
 // rows; every row of every plane is read (AddressSanitizer sees a plane
 // shorter than its shape).
 #include <cstdint>
@@ -32,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                        static_cast<long>(pic.width[0]) * pic.height[0] <= kMaxFrameMbs * 256L,
                    "picture of %dx%d", pic.width[0], pic.height[0]);
         for (int p = 0; p < 3; ++p) {
-            const int w = p ? pic.width[0] / 2 : pic.width[0], h = p ? pic.height[0] / 2 : pic.height[0];
+            const int w = p ? (pic.width[0] + 1) / 2 : pic.width[0], h = p ? (pic.height[0] + 1) / 2 : pic.height[0];
             FUZZ_CHECK(pic.width[p] == w && pic.height[p] == h && pic.stride[p] >= w,
                        "plane %d: %dx%d, step %d, for a %dx%d picture", p, pic.width[p], pic.height[p],
                        pic.stride[p], pic.width[0], pic.height[0]);

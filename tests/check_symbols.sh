@@ -16,3 +16,15 @@ if ! diff -u "$expected" "$actual"; then
   exit 1
 fi
 echo "exported symbols: $(wc -l < "$actual") as expected"
+
+# Every exported function has a row in the bad-argument sweep's table.
+functions=$(mktemp)
+rows=$(mktemp)
+trap 'rm -f "$expected" "$actual" "$functions" "$rows"' EXIT
+nm -D --defined-only "$lib" | awk '$2 == "T" {print $3}' | sort -u > "$functions"
+sed -e 's/#.*//' "$dir/arguments.table" | awk 'NF {print $1}' | sort -u > "$rows"
+if ! diff -u "$rows" "$functions"; then
+  echo "exported functions differ from the rows of $dir/arguments.table ('-' row without a function, '+' function without a row)"
+  exit 1
+fi
+echo "argument table: a row for each of the $(wc -l < "$functions") exported functions"

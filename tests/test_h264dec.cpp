@@ -22,12 +22,21 @@ namespace {
 // (long-term references), operation 5 with POC types 2 and 0,
 // disable_deblocking_filter_idc 2, and non-reference P pictures, in
 // nonref_reorder output before the reference picture decoded before them.
-// The last, from tests/data/make_pcm.py: I_PCM and P_Skip macroblocks.
+// Then, from tests/data/make_pcm.py: I_PCM and P_Skip macroblocks.  The dct8_
+// and cqm_ streams are High profile: the 8x8 transform with flat, default
+// and custom scaling matrices, the matrices' fall-back rules, QP 4 and 51.
+// The b_ streams have B slices: B-pyramid, implicit weights, spatial and
+// temporal direct prediction, 16 references; mono_ are 4:0:0; lossless_
+// have transform-bypass macroblocks.
 const char* const kStreams[] = {"qcif_qp26",      "mandel_slices",     "scroll_mv",     "lowqp_nodeblock",
                                 "ffmpeg_testsrc", "ffmpeg_mandel_cqp", "fade_weightp",  "fakeint_frames",
                                 "poc_type0",      "poc_type1",         "mmco_longterm", "mmco5_reset",
                                 "mmco5_poc0",     "deblock_idc2",      "nonref_poc1",   "nonref_reorder",
-                                "ipcm_skip"};
+                                "ipcm_skip",      "dct8_flat",         "dct8_jvt",      "dct8_cqmfile",
+                                "cqm_fallback",   "dct8_qp4",          "dct8_qp51",     "dct8_odd",
+                                "b_pyramid_fade", "b_direct_spatial",  "b_direct_temporal", "b_ref16",
+                                "b_dct8",         "b_noweightb",       "mono_b",        "mono_odd",
+                                "lossless_b",     "lossless_intra",    "lossless_i8",   "lossless_mono"};
 
 // Decodes a whole stream; returns the per-frame MD5s; error receives the
 // decoder's message, if any.

@@ -250,4 +250,313 @@ TEST(IntraChecks, OrderAndNoWrites) {
     EXPECT_EQ(zubiPredictIntra_16x16_H264_8u_C1IR(b.data() + 16, 16, 2, 0), 0);  // the smallest step is accepted
 }
 
+// ---------------------------------------------------------------------------
+// Intra_8x8 (clause 8.3.2): a model that filters the reference samples as
+// clause 8.3.2.2.1 lists its cases and then evaluates each mode's equation for
+// every sample, over every availability combination, for 8-bit samples and
+// for 16-bit samples of 9 to 14 bits.
+
+template <class Pixel>
+struct Area8 {
+    static constexpr int kStep = 29, kOrgX = 3, kOrgY = 2;  // room for 16 samples above
+    std::vector<Pixel> mem;
+    Area8(std::mt19937& rng, int maxVal, bool flat) : mem(kStep * 11) {
+        const int base = static_cast<int>(rng() % (maxVal + 1));
+        for (auto& v : mem) v = static_cast<Pixel>(flat ? std::clamp(base + static_cast<int>(rng() % 9) - 4, 0, maxVal)
+                                                        : static_cast<int>(rng() % (maxVal + 1)));
+    }
+    Pixel* blk() { return mem.data() + kOrgY * kStep + kOrgX; }
+    int at(int x, int y) const { return mem[(kOrgY + y) * kStep + kOrgX + x]; }
+};
+
+// p'[x, y] of clause 8.3.2.2.1 for the edge of the block; `ok` false for a
+// sample that is not available for Intra_8x8 prediction.
+template <class Pixel>
+struct Model8 {
+    const Area8<Pixel>& a;
+    int avail;
+    bool has(int x, int y) const {
+        if (x == -1 && y == -1) return avail & kTL;
+        if (y == -1) return avail & kT;  // above-right samples are substituted when bit 64 is clear
+        return avail & kL;
+    }
+    int raw(int x, int y) const {
+        if (y == -1 && x > 7 && !(avail & kTR)) return a.at(7, -1);
+        return a.at(x, y);
+    }
+    int f(int x, int y) const {
+        if (y == -1 && x >= 0) {
+            if (x == 0)
+                return has(-1, -1) ? (raw(-1, -1) + 2 * raw(0, -1) + raw(1, -1) + 2) >> 2
+                                   : (3 * raw(0, -1) + raw(1, -1) + 2) >> 2;
+            if (x == 15) return (raw(14, -1) + 3 * raw(15, -1) + 2) >> 2;
+            return (raw(x - 1, -1) + 2 * raw(x, -1) + raw(x + 1, -1) + 2) >> 2;
+        }
+        if (x == -1 && y == -1) {
+            const bool top = has(0, -1), left = has(-1, 0);
+            if (top && left) return (raw(0, -1) + 2 * raw(-1, -1) + raw(-1, 0) + 2) >> 2;
+            if (top) return (3 * raw(-1, -1) + raw(0, -1) + 2) >> 2;
+            if (left) return (3 * raw(-1, -1) + raw(-1, 0) + 2) >> 2;
+            return raw(-1, -1);
+        }
+        if (y == 0)
+            return has(-1, -1) ? (raw(-1, -1) + 2 * raw(-1, 0) + raw(-1, 1) + 2) >> 2
+                               : (3 * raw(-1, 0) + raw(-1, 1) + 2) >> 2;
+        if (y == 7) return (raw(-1, 6) + 3 * raw(-1, 7) + 2) >> 2;
+        return (raw(-1, y - 1) + 2 * raw(-1, y) + raw(-1, y + 1) + 2) >> 2;
+    }
+    int predict(int mode, int x, int y, int bitDepth) const {
+        auto P = [&](int px, int py) { return f(px, py); };
+        switch (mode) {
+            case 0: return P(x, -1);
+            case 1: return P(-1, y);
+            case 2: {
+                int top = 0, left = 0;
+                for (int i = 0; i < 8; ++i) top += (avail & kT) ? P(i, -1) : 0, left += (avail & kL) ? P(-1, i) : 0;
+                if ((avail & kT) && (avail & kL)) return (top + left + 8) >> 4;
+                if (avail & kT) return (top + 4) >> 3;
+                if (avail & kL) return (left + 4) >> 3;
+                return 1 << (bitDepth - 1);
+            }
+            case 3:
+                if (x == 7 && y == 7) return (P(14, -1) + 3 * P(15, -1) + 2) >> 2;
+                return (P(x + y, -1) + 2 * P(x + y + 1, -1) + P(x + y + 2, -1) + 2) >> 2;
+            case 4:
+                if (x > y) return (P(x - y - 2, -1) + 2 * P(x - y - 1, -1) + P(x - y, -1) + 2) >> 2;
+                if (x < y) return (P(-1, y - x - 2) + 2 * P(-1, y - x - 1) + P(-1, y - x) + 2) >> 2;
+                return (P(0, -1) + 2 * P(-1, -1) + P(-1, 0) + 2) >> 2;
+            case 5: {
+                const int z = 2 * x - y;
+                if (z >= 0 && z % 2 == 0) return (P(x - (y >> 1) - 1, -1) + P(x - (y >> 1), -1) + 1) >> 1;
+                if (z >= 0) return (P(x - (y >> 1) - 2, -1) + 2 * P(x - (y >> 1) - 1, -1) + P(x - (y >> 1), -1) + 2) >> 2;
+                if (z == -1) return (P(-1, 0) + 2 * P(-1, -1) + P(0, -1) + 2) >> 2;
+                return (P(-1, y - 2 * x - 1) + 2 * P(-1, y - 2 * x - 2) + P(-1, y - 2 * x - 3) + 2) >> 2;
+            }
+            case 6: {
+                const int z = 2 * y - x;
+                if (z >= 0 && z % 2 == 0) return (P(-1, y - (x >> 1) - 1) + P(-1, y - (x >> 1)) + 1) >> 1;
+                if (z >= 0) return (P(-1, y - (x >> 1) - 2) + 2 * P(-1, y - (x >> 1) - 1) + P(-1, y - (x >> 1)) + 2) >> 2;
+                if (z == -1) return (P(-1, 0) + 2 * P(-1, -1) + P(0, -1) + 2) >> 2;
+                return (P(x - 2 * y - 1, -1) + 2 * P(x - 2 * y - 2, -1) + P(x - 2 * y - 3, -1) + 2) >> 2;
+            }
+            case 7:
+                if (y % 2 == 0) return (P(x + (y >> 1), -1) + P(x + (y >> 1) + 1, -1) + 1) >> 1;
+                return (P(x + (y >> 1), -1) + 2 * P(x + (y >> 1) + 1, -1) + P(x + (y >> 1) + 2, -1) + 2) >> 2;
+            default: {
+                const int z = x + 2 * y;
+                if (z > 13) return P(-1, 7);
+                if (z == 13) return (P(-1, 6) + 3 * P(-1, 7) + 2) >> 2;
+                if (z % 2 == 0) return (P(-1, y + (x >> 1)) + P(-1, y + (x >> 1) + 1) + 1) >> 1;
+                return (P(-1, y + (x >> 1)) + 2 * P(-1, y + (x >> 1) + 1) + P(-1, y + (x >> 1) + 2) + 2) >> 2;
+            }
+        }
+    }
+};
+
+// Neighbours mode m needs, read from the mode names.
+bool intra8x8Possible(int m, int avail) {
+    const bool t = avail & kT, l = avail & kL, c = avail & kTL;
+    switch (m) {
+        case 0: case 3: case 7: return t;
+        case 1: case 8: return l;
+        case 2: return true;
+        default: return t && l && c;
+    }
+}
+
+template <class Pixel, class Call>
+void checkIntra8x8(int bitDepth, Call call) {
+    std::mt19937 rng(81 + bitDepth);
+    const int maxVal = (1 << bitDepth) - 1;
+    for (int trial = 0; trial < 6; ++trial)
+        for (int avail = 0; avail < 16; ++avail)
+            for (int mode = 0; mode < 9; ++mode) {
+                const int flags = (avail & 3) | ((avail & 4) ? kTL : 0) | ((avail & 8) ? kTR : 0) | (trial & 1 ? 0x90 : 0);
+                Area8<Pixel> a(rng, maxVal, trial >= 4);
+                std::vector<Pixel> expect = a.mem;
+                const bool ok = intra8x8Possible(mode, flags);
+                const Model8<Pixel> m{a, flags};
+                for (int y = 0; ok && y < 8; ++y)
+                    for (int x = 0; x < 8; ++x)
+                        expect[(Area8<Pixel>::kOrgY + y) * Area8<Pixel>::kStep + Area8<Pixel>::kOrgX + x] =
+                            static_cast<Pixel>(m.predict(mode, x, y, bitDepth));
+                ASSERT_EQ(call(a.blk(), Area8<Pixel>::kStep, mode, flags),
+                          ok ? ZubStatusOk : ZubStatusNeighbourUnavailable)
+                    << "mode " << mode << " flags " << flags;
+                ASSERT_EQ(a.mem, expect) << "bit depth " << bitDepth << " mode " << mode << " flags " << flags;
+            }
+}
+
+TEST(Intra8x8, EveryModeAndFlagCombinationMatchesModel) {
+    checkIntra8x8<Zub8u>(8, [](Zub8u* d, int s, int m, int f) { return zubiPredictIntra_8x8_H264_8u_C1IR(d, s, m, f); });
+    for (int bitDepth : {8, 9, 10, 14})
+        checkIntra8x8<Zub16u>(bitDepth, [bitDepth](Zub16u* d, int s, int m, int f) {
+            return zubiPredictIntra_8x8_H264_16u_C1IR(d, s, m, f, bitDepth);
+        });
+}
+
+TEST(Intra8x8, ChecksInOrderWriteNothing) {
+    Zub8u pic[16 * 16] = {};
+    Zub16u pic16[16 * 16] = {};
+    Zub8u* b = pic + 17;
+    Zub16u* b16 = pic16 + 17;
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_8u_C1IR(nullptr, 7, 9, 0), ZubStatusNullPointer);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_8u_C1IR(b, 7, 9, 0), ZubStatusBadStep);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_8u_C1IR(b, 16, 9, 0), ZubStatusOutOfRange);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_8u_C1IR(b, 16, -1, 0), ZubStatusOutOfRange);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_8u_C1IR(b, 16, 4, kT | kL), ZubStatusNeighbourUnavailable);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(nullptr, 7, 9, 0, 7), ZubStatusNullPointer);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(b16, 7, 9, 0, 7), ZubStatusBadStep);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(b16, 16, 9, 0, 10), ZubStatusOutOfRange);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(b16, 16, 2, 0, 15), ZubStatusOutOfRange);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(b16, 16, 2, 0, 7), ZubStatusOutOfRange);
+    EXPECT_EQ(zubiPredictIntra_8x8_H264_16u_C1IR(b16, 16, 8, kT | kTL | kTR, 10), ZubStatusNeighbourUnavailable);
+    for (Zub8u v : pic) ASSERT_EQ(v, 0);
+    for (Zub16u v : pic16) ASSERT_EQ(v, 0);
+}
+
+// ---------------------------------------------------------------------------
+// 16-bit samples: at bit depth 8 the 4x4, 16x16 and 4:2:0 chroma functions
+// must give what the 8-bit functions (tested above against the models) give,
+// sample for sample and status for status; above 8 bits the substitute, the
+// DC without neighbours and the plane clamp follow the bit depth.
+
+using Pred16Fn = ZubStatus (*)(Zub16u*, int, int, int, int);
+
+TEST(Intra16u, EqualsEightBitFunctionsAtBitDepth8) {
+    std::mt19937 rng(61);
+    const struct {
+        PredFn fn8;
+        Pred16Fn fn16;
+        int n, modes;
+    } sizes[] = {{zubiPredictIntra_4x4_H264_8u_C1IR, zubiPredictIntra_4x4_H264_16u_C1IR, 4, 9},
+                 {zubiPredictIntra_16x16_H264_8u_C1IR, zubiPredictIntra_16x16_H264_16u_C1IR, 16, 4},
+                 {zubiPredictIntraChroma8x8_H264_8u_C1IR, zubiPredictIntraChroma8x8_H264_16u_C1IR, 8, 4}};
+    for (const auto& z : sizes)
+        for (int mode = 0; mode < z.modes; ++mode)
+            for (int combo = 0; combo < 16; ++combo)
+                for (int rep = 0; rep < 6; ++rep) {
+                    Area a(z.n, 0, rng);
+                    if (rep == 0) std::fill(a.mem.begin(), a.mem.end(), 255);
+                    std::vector<Zub16u> wide(a.mem.begin(), a.mem.end());
+                    const int flags = flagsOf(combo, rng);
+                    const ZubStatus want = z.fn8(a.blk(), a.step, mode, flags);
+                    ASSERT_EQ(z.fn16(wide.data() + (a.blk() - a.mem.data()), a.step, mode, flags, 8), want)
+                        << z.n << " mode " << mode << " flags " << flags;
+                    ASSERT_EQ(wide, std::vector<Zub16u>(a.mem.begin(), a.mem.end()))
+                        << z.n << " mode " << mode << " flags " << flags;
+                }
+}
+
+TEST(Intra16u, BitDepthSetsSubstituteDcAndClamp) {
+    for (int bitDepth : {9, 10, 14}) {
+        const Zub16u mid = static_cast<Zub16u>(1 << (bitDepth - 1)), top = static_cast<Zub16u>((1 << bitDepth) - 1);
+        std::vector<Zub16u> b(16 * 16, 7);
+        EXPECT_EQ(zubiPredictIntra_4x4_H264_16u_C1IR(b.data(), 4, 0, 0, bitDepth), ZubStatusNeighbourSubstitutedWarning);
+        EXPECT_EQ(std::vector<Zub16u>(b.begin(), b.begin() + 16), std::vector<Zub16u>(16, mid));
+        EXPECT_EQ(zubiPredictIntra_16x16_H264_16u_C1IR(b.data(), 16, 2, 0, bitDepth), ZubStatusOk);
+        EXPECT_EQ(b, std::vector<Zub16u>(256, mid));
+        std::fill(b.begin(), b.end(), 7);
+        EXPECT_EQ(zubiPredictIntraChroma8x8_H264_16u_C1IR(b.data(), 8, 0, 0, bitDepth), ZubStatusOk);
+        EXPECT_EQ(std::vector<Zub16u>(b.begin(), b.begin() + 64), std::vector<Zub16u>(64, mid));
+        // A plane rising steeply to the right and down overshoots the maximum
+        // in the far corner and stays at 0 near the origin.
+        const int step = 18;
+        std::vector<Zub16u> pic(step * 17, 0);
+        Zub16u* blk = pic.data() + step + 1;
+        for (int i = 8; i < 16; ++i) blk[i - step] = blk[i * step - 1] = top;
+        ASSERT_EQ(zubiPredictIntra_16x16_H264_16u_C1IR(blk, step, 3, 35, bitDepth), ZubStatusOk);
+        EXPECT_EQ(blk[15 * step + 15], top);
+        EXPECT_EQ(blk[0], 0);
+        EXPECT_EQ(zubiPredictIntra_16x16_H264_16u_C1IR(blk, step, 3, 3, bitDepth), ZubStatusNeighbourUnavailable);
+        EXPECT_EQ(zubiPredictIntra_16x16_H264_16u_C1IR(blk, step, 0, 35, 15), ZubStatusOutOfRange);
+        EXPECT_EQ(zubiPredictIntra_4x4_H264_16u_C1IR(blk, 3, 0, 35, 10), ZubStatusBadStep);
+        EXPECT_EQ(zubiPredictIntraChroma8x8_H264_16u_C1IR(nullptr, 3, 9, 35, 15), ZubStatusNullPointer);
+    }
+}
+
+// 4:2:2 chroma (8 x 16): DC per 4x4 block and the plane with xCF = 0, yCF = 4
+// written from clause 8.3.4 for ChromaArrayType 2, every mode and flag
+// combination, 8-bit and 10-bit samples.
+template <class Pixel>
+struct Area422 {
+    static constexpr int kStep = 13, kOrg = 2;
+    std::vector<Pixel> mem;
+    Area422(std::mt19937& rng, int maxVal, int shape) : mem(kStep * 19) {
+        for (auto& v : mem) v = static_cast<Pixel>(rng() % (maxVal + 1));
+        if (shape)  // steep edges: the plane leaves the range at both ends
+            for (int i = -1; i < 16; ++i) {
+                if (i < 8) at(i, -1) = static_cast<Pixel>((i < 4) == (shape == 1) ? maxVal : 0);
+                at(-1, i) = static_cast<Pixel>((i < 8) == (shape == 1) ? maxVal : 0);
+            }
+    }
+    Pixel& at(int x, int y) { return mem[(kOrg + y) * kStep + kOrg + x]; }
+    Pixel* blk() { return &at(0, 0); }
+};
+
+template <class Pixel>
+int model422(Area422<Pixel>& a, int mode, int avail, int x, int y, int bitDepth) {
+    auto p = [&](int px, int py) { return static_cast<int>(a.at(px, py)); };
+    const bool t = avail & kT, l = avail & kL;
+    switch (mode) {
+        case 0: {
+            const int xO = x & 4, yO = y & 12;
+            int st = 0, sl = 0;
+            for (int i = 0; i < 4; ++i) st += t ? p(xO + i, -1) : 0, sl += l ? p(-1, yO + i) : 0;
+            if ((xO == 0 && yO == 0) || (xO > 0 && yO > 0)) {
+                if (t && l) return (st + sl + 4) >> 3;
+                if (t) return (st + 2) >> 2;
+                if (l) return (sl + 2) >> 2;
+            } else if (xO > 0) {
+                if (t) return (st + 2) >> 2;
+                if (l) return (sl + 2) >> 2;
+            } else {
+                if (l) return (sl + 2) >> 2;
+                if (t) return (st + 2) >> 2;
+            }
+            return 1 << (bitDepth - 1);
+        }
+        case 1: return p(-1, y);
+        case 2: return p(x, -1);
+        default: {
+            int h = 0, v = 0;
+            for (int i = 0; i <= 3; ++i) h += (i + 1) * (p(4 + i, -1) - p(2 - i, -1));
+            for (int i = 0; i <= 7; ++i) v += (i + 1) * (p(-1, 8 + i) - p(-1, 6 - i));
+            const int a0 = 16 * (p(-1, 15) + p(7, -1)), b = (34 * h + 32) >> 6, c = (5 * v + 32) >> 6;
+            return std::clamp((a0 + b * (x - 3) + c * (y - 7) + 16) >> 5, 0, (1 << bitDepth) - 1);
+        }
+    }
+}
+
+template <class Pixel, class Call>
+void check422(int bitDepth, Call call) {
+    std::mt19937 rng(71 + bitDepth);
+    const int needs[4] = {0, kL, kT, kT | kL | kTL};
+    for (int mode = 0; mode < 4; ++mode)
+        for (int combo = 0; combo < 16; ++combo)
+            for (int rep = 0; rep < (mode == 3 ? 12 : 3); ++rep) {
+                Area422<Pixel> a(rng, (1 << bitDepth) - 1, mode == 3 && rep < 2 ? rep + 1 : 0);
+                const int flags = flagsOf(combo, rng);
+                const bool ok = (flags & needs[mode]) == needs[mode];
+                Area422<Pixel> expect = a;
+                for (int y = 0; ok && y < 16; ++y)
+                    for (int x = 0; x < 8; ++x) expect.at(x, y) = static_cast<Pixel>(model422(a, mode, flags, x, y, bitDepth));
+                ASSERT_EQ(call(a.blk(), Area422<Pixel>::kStep, mode, flags), ok ? ZubStatusOk : ZubStatusNeighbourUnavailable)
+                    << "mode " << mode << " flags " << flags;
+                ASSERT_EQ(a.mem, expect.mem) << "bit depth " << bitDepth << " mode " << mode << " flags " << flags;
+            }
+}
+
+TEST(IntraChroma422, EveryModeAndFlagCombinationMatchesModel) {
+    check422<Zub8u>(8, [](Zub8u* d, int s, int m, int f) { return zubiPredictIntraChroma8x16_H264_8u_C1IR(d, s, m, f); });
+    check422<Zub16u>(10, [](Zub16u* d, int s, int m, int f) {
+        return zubiPredictIntraChroma8x16_H264_16u_C1IR(d, s, m, f, 10);
+    });
+    Zub8u b[8 * 16] = {};
+    EXPECT_EQ(zubiPredictIntraChroma8x16_H264_8u_C1IR(b, 7, 0, 0), ZubStatusBadStep);
+    EXPECT_EQ(zubiPredictIntraChroma8x16_H264_8u_C1IR(b, 8, 4, 0), ZubStatusOutOfRange);
+    EXPECT_EQ(zubiPredictIntraChroma8x16_H264_8u_C1IR(b + 9, 8, 3, kT | kL), ZubStatusNeighbourUnavailable);
+    for (Zub8u v : b) ASSERT_EQ(v, 0);
+}
+
 }  // namespace

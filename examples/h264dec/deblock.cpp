@@ -55,18 +55,29 @@ void Decoder::deblockPicture() {
 
     const int16_t* mv = s.mv.data();
     const uint32_t* serial = s.refSerial.data();
+    const int16_t* mv1 = s.mv1.data();
+    const uint32_t* serial1 = s.refSerial1.data();
+    // |d| >= 4 in either component, as one unsigned range test each.
+    auto far = [](const int16_t* a, const int16_t* b) {
+        return (static_cast<unsigned>(a[0] - b[0] + 3) > 6u) | (static_cast<unsigned>(a[1] - b[1] + 3) > 6u);
+    };
     // bS 1 or 0 between two inter 4x4 blocks without coefficients: different
-    // reference pictures, or motion vectors four quarter samples apart
-    // (|d| >= 4 as one unsigned range test per component, no branches).
+    // reference pictures or numbers of vectors, or vectors of the same picture
+    // four quarter samples apart (clause 8.7.2.1; serial 0: list unused).
     auto motionBs = [&](size_t bp, size_t bq) -> Zub8u {
-        const unsigned dx = static_cast<unsigned>(mv[2 * bp] - mv[2 * bq] + 3);
-        const unsigned dy = static_cast<unsigned>(mv[2 * bp + 1] - mv[2 * bq + 1] + 3);
-        return static_cast<Zub8u>((serial[bp] != serial[bq]) | (dx > 6u) | (dy > 6u));
+        if (!(serial1[bp] | serial1[bq]))
+            return static_cast<Zub8u>((serial[bp] != serial[bq]) | far(mv + 2 * bp, mv + 2 * bq));
+        const uint32_t p0 = serial[bp], p1 = serial1[bp], q0 = serial[bq], q1 = serial1[bq];
+        if (!((p0 == q0 && p1 == q1) || (p0 == q1 && p1 == q0))) return 1;
+        const int16_t *mp0 = mv + 2 * bp, *mp1 = mv1 + 2 * bp, *mq0 = mv + 2 * bq, *mq1 = mv1 + 2 * bq;
+        if (!p0 || !p1) return far(p0 ? mp0 : mp1, q0 ? mq0 : mq1);  // one vector each, of one picture
+        if (p0 != p1) return p0 == q0 ? far(mp0, mq0) || far(mp1, mq1) : far(mp0, mq1) || far(mp1, mq0);
+        return (far(mp0, mq0) || far(mp1, mq1)) && (far(mp0, mq1) || far(mp1, mq0));
     };
     // Both vector components of a block as one word, for equality tests.
-    auto mvWord = [&](size_t b) {
+    auto mvWord = [&](const int16_t* v2, size_t b) {
         uint32_t v;
-        std::memcpy(&v, mv + 2 * b, sizeof v);
+        std::memcpy(&v, v2 + 2 * b, sizeof v);
         return v;
     };
 
@@ -97,12 +108,16 @@ void Decoder::deblockPicture() {
                 // Internal edges (clause 8.7.2.1): 2 with coefficients on either
                 // side, else the motion test, which a macroblock whose blocks
                 // share one motion (P_Skip, 16x16) passes everywhere.
-                const uint32_t s0 = serial[blk0], m0 = mvWord(blk0);
+                const uint32_t s0 = serial[blk0], m0 = mvWord(mv, blk0);
+                const uint32_t s1 = serial1[blk0], m1 = mvWord(mv1, blk0);
                 uint32_t diff = 0;
                 for (int k = 0; k < 4 && diff == 0; ++k) {
                     const size_t r = blk0 + static_cast<size_t>(k) * s4;
                     diff = (serial[r] ^ s0) | (serial[r + 1] ^ s0) | (serial[r + 2] ^ s0) | (serial[r + 3] ^ s0) |
-                           (mvWord(r) ^ m0) | (mvWord(r + 1) ^ m0) | (mvWord(r + 2) ^ m0) | (mvWord(r + 3) ^ m0);
+                           (mvWord(mv, r) ^ m0) | (mvWord(mv, r + 1) ^ m0) | (mvWord(mv, r + 2) ^ m0) |
+                           (mvWord(mv, r + 3) ^ m0);
+                    if (s1 | serial1[r] | serial1[r + 1] | serial1[r + 2] | serial1[r + 3])  // list 1 (B slices)
+                        for (int c = 0; c < 4; ++c) diff |= (serial1[r + c] ^ s1) | (mvWord(mv1, r + c) ^ m1);
                 }
                 uniform[mb] = diff == 0;
                 uint64_t nzWords[2];
@@ -155,6 +170,11 @@ void Decoder::deblockPicture() {
                     }
                 }
             }
+            if (s.t8x8[mb])  // the 8x8 transform leaves the luma edges 4 and 12 unfiltered
+                for (int e : {1, 3}) {
+                    std::fill_n(bsV + 4 * e, 4, Zub8u{0});
+                    std::fill_n(bsH + 4 * e, 4, Zub8u{0});
+                }
             const int qpq = qpOf(mb);
             const int qpLeft = left ? qpOf(mb - 1) : qpq, qpTop = top ? qpOf(mb - w) : qpq;
 
@@ -190,7 +210,7 @@ void Decoder::deblockPicture() {
             const bool sameOffsets = chromaOff[0] == chromaOff[1];
             EdgeParams epV{}, epH{};
             Zub8u tcV[8] = {}, tcH[8] = {};
-            for (int c = 0; c < 2; ++c) {
+            for (int c = 0; c < (sps_->chromaFormat ? 2 : 0); ++c) {  // no chroma in 4:0:0
                 auto qpc = [&](int qpy) { return chromaQp(std::clamp(qpy + chromaOff[c], 0, 51)); };
                 uint8_t* u = f.plane[1 + c] + static_cast<size_t>(my) * 8 * f.stride[1 + c] + mx * 8;
                 auto chromaParams = [&](int qpav, int qpInt, const Zub8u* bs, EdgeParams& e, Zub8u t[8]) {

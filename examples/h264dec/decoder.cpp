@@ -30,17 +30,36 @@ int maxDpbMbs(int level) {
     }
 }
 
-void skipScalingList(BitReader& br, int size) {
+// Raster positions of the zig-zag scans of 4x4 and 8x8 frame blocks
+// (Tables 8-13 and 8-14): scaling lists are coded in this order.
+const uint8_t kZigzag4x4[16] = {0, 1, 4, 8, 5, 2, 3, 6, 9, 12, 13, 10, 7, 11, 14, 15};
+const uint8_t kZigzag8x8[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
+                                12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
+                                35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
+                                58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+
+// scaling_list() of clause 7.3.2.1.1.1, stored in raster order.
+ScalingLists::State readScalingList(BitReader& br, uint8_t* list, int size) {
+    const uint8_t* scan = size == 16 ? kZigzag4x4 : kZigzag8x8;
     int last = 8, next = 8;
     for (int j = 0; j < size; ++j) {
         if (next != 0) {
             const int delta = br.seRange(-128, 127, "delta_scale");
             next = (last + delta + 256) % 256;
-            if (j == 0 && next == 0) throw DecodeError("scaling matrices are not supported");
+            if (j == 0 && next == 0) return ScalingLists::UseDefault;
         }
-        if (next != 0 && next != 16) throw DecodeError("scaling matrices are not supported");
-        last = next == 0 ? last : next;
+        list[scan[j]] = static_cast<uint8_t>(next == 0 ? last : next);
+        last = list[scan[j]];
     }
+    return ScalingLists::Present;
+}
+
+void readScalingLists(BitReader& br, ScalingLists& s, int count8x8) {
+    s.present = true;
+    for (int i = 0; i < 6; ++i)
+        s.state4[i] = br.flag() ? readScalingList(br, s.list4[i], 16) : ScalingLists::Absent;
+    for (int i = 0; i < count8x8; ++i)
+        s.state8[i] = br.flag() ? readScalingList(br, s.list8[i], 64) : ScalingLists::Absent;
 }
 
 void parseHrd(BitReader& br) {
@@ -116,13 +135,11 @@ void Decoder::parseSps(BitReader& br) {
         s.profileIdc == 44 || s.profileIdc == 83 || s.profileIdc == 86 || s.profileIdc == 118 ||
         s.profileIdc == 128 || s.profileIdc == 138 || s.profileIdc == 139 || s.profileIdc == 134 ||
         s.profileIdc == 135) {
-        if (br.ueMax(3, "chroma_format_idc") != 1) throw DecodeError("only 4:2:0 is supported");
+        s.chromaFormat = static_cast<int>(br.ueMax(3, "chroma_format_idc"));
+        if (s.chromaFormat > 1) throw DecodeError("only 4:2:0 and 4:0:0 are supported");
         if (br.ue() != 0 || br.ue() != 0) throw DecodeError("only 8-bit samples are supported");
-        br.flag();  // qpprime_y_zero_transform_bypass_flag
-        if (br.flag()) {
-            for (int i = 0; i < 8; ++i)
-                if (br.flag()) skipScalingList(br, i < 6 ? 16 : 64);
-        }
+        s.transformBypass = br.flag();
+        if (br.flag()) readScalingLists(br, s.scaling, 2);
     }
     s.log2MaxFrameNum = static_cast<int>(br.ueMax(12, "log2_max_frame_num_minus4")) + 4;
     s.pocType = static_cast<int>(br.ueMax(2, "pic_order_cnt_type"));
@@ -148,11 +165,12 @@ void Decoder::parseSps(BitReader& br) {
         s.heightMbs *= 2;
     }
     if (s.widthMbs * s.heightMbs > maxFrameMbs_) throw DecodeError("picture too large");
-    br.flag();  // direct_8x8_inference_flag
+    s.direct8x8Inference = br.flag();
     if (br.flag()) {  // frame_cropping_flag: CropUnitX = 2, CropUnitY = 2 x (2 - frame_mbs_only_flag) for 4:2:0
-        const int unitY = s.frameMbsOnly ? 2 : 4;
-        s.cropLeft = 2 * static_cast<int>(br.ueMax(8192, "frame_crop_left_offset"));
-        s.cropRight = 2 * static_cast<int>(br.ueMax(8192, "frame_crop_right_offset"));
+        // CropUnitX = 1 and CropUnitY = 2 - frame_mbs_only_flag for 4:0:0.
+        const int unitX = s.chromaFormat ? 2 : 1, unitY = (s.chromaFormat ? 2 : 1) * (s.frameMbsOnly ? 1 : 2);
+        s.cropLeft = unitX * static_cast<int>(br.ueMax(8192, "frame_crop_left_offset"));
+        s.cropRight = unitX * static_cast<int>(br.ueMax(8192, "frame_crop_right_offset"));
         s.cropTop = unitY * static_cast<int>(br.ueMax(8192, "frame_crop_top_offset"));
         s.cropBottom = unitY * static_cast<int>(br.ueMax(8192, "frame_crop_bottom_offset"));
         if (s.cropLeft + s.cropRight >= 16 * s.widthMbs || s.cropTop + s.cropBottom >= 16 * s.heightMbs)
@@ -171,9 +189,10 @@ void Decoder::parsePps(BitReader& br) {
     p.bottomFieldPicOrderInFramePresent = br.flag();
     if (br.ue() != 0) throw DecodeError("slice groups are not supported");
     p.numRefIdxActive = static_cast<int>(br.ueMax(31, "num_ref_idx_l0_default_active_minus1")) + 1;
-    br.ueMax(31, "num_ref_idx_l1_default_active_minus1");
+    p.numRefIdxActiveL1 = static_cast<int>(br.ueMax(31, "num_ref_idx_l1_default_active_minus1")) + 1;
     p.weightedPred = br.flag();
-    br.u(2);  // weighted_bipred_idc
+    p.weightedBipredIdc = static_cast<int>(br.u(2));
+    if (p.weightedBipredIdc == 3) throw DecodeError("invalid weighted_bipred_idc");
     p.picInitQp = 26 + br.seRange(-26, 25, "pic_init_qp_minus26");
     br.seRange(-26, 25, "pic_init_qs_minus26");
     p.chromaQpIndexOffset = br.seRange(-12, 12, "chroma_qp_index_offset");
@@ -182,11 +201,8 @@ void Decoder::parsePps(BitReader& br) {
     p.constrainedIntraPred = br.flag();
     p.redundantPicCntPresent = br.flag();
     if (br.moreRbspData()) {
-        if (br.flag()) throw DecodeError("the 8x8 transform is not supported");
-        if (br.flag()) {
-            for (int i = 0; i < 6; ++i)
-                if (br.flag()) skipScalingList(br, 16);
-        }
+        p.transform8x8Mode = br.flag();
+        if (br.flag()) readScalingLists(br, p.scaling, p.transform8x8Mode ? 2 : 0);
         p.secondChromaQpIndexOffset = br.seRange(-12, 12, "second_chroma_qp_index_offset");
     }
     p.valid = true;
@@ -198,9 +214,9 @@ void Decoder::parseSliceHeader(BitReader& br, SliceHeader& sh, int nalType, int 
     sh.idr = nalType == 5;
     sh.firstMb = static_cast<int>(br.ueMax(36863, "first_mb_in_slice"));
     const uint32_t type = br.ueMax(9, "slice_type") % 5;
-    if (type != 0 && type != 2) throw DecodeError("only I and P slices are supported");
+    if (type > 2) throw DecodeError("SP and SI slices are not supported");
     sh.sliceType = static_cast<int>(type);
-    if (sh.idr && type != 2) throw DecodeError("IDR picture with a P slice");
+    if (sh.idr && type != 2) throw DecodeError("IDR picture with a P or B slice");
     sh.ppsId = static_cast<int>(br.ueMax(255, "pic_parameter_set_id"));
     const Pps& pps = ppsList_[sh.ppsId];
     if (!pps.valid || !spsList_[pps.spsId].valid) throw DecodeError("slice refers to a missing parameter set");
@@ -218,35 +234,52 @@ void Decoder::parseSliceHeader(BitReader& br, SliceHeader& sh, int nalType, int 
     }
     if (pps.redundantPicCntPresent && br.ueMax(127, "redundant_pic_cnt") != 0)
         throw DecodeError("redundant pictures are not supported");
+    const bool b = type == 1;
+    if (b) sh.directSpatial = br.flag();
     sh.numRefIdxActive = pps.numRefIdxActive;
+    sh.numRefIdxActiveL1 = pps.numRefIdxActiveL1;
     sh.refMods.clear();
-    if (type == 0) {
-        if (br.flag()) sh.numRefIdxActive = static_cast<int>(br.ueMax(15, "num_ref_idx_l0_active_minus1")) + 1;
-        if (sh.numRefIdxActive > 16) throw DecodeError("too many reference indices");
-        if (br.flag()) {  // ref_pic_list_modification_flag_l0
+    sh.refModsL1.clear();
+    if (type != 2) {
+        if (br.flag()) {  // num_ref_idx_active_override_flag
+            sh.numRefIdxActive = static_cast<int>(br.ueMax(31, "num_ref_idx_l0_active_minus1")) + 1;
+            if (b) sh.numRefIdxActiveL1 = static_cast<int>(br.ueMax(31, "num_ref_idx_l1_active_minus1")) + 1;
+        }
+        if (sh.numRefIdxActive > 16 || (b && sh.numRefIdxActiveL1 > 16))
+            throw DecodeError("too many reference indices");
+        // ref_pic_list_modification (clause 7.3.3.1), list 0 and for B list 1.
+        for (int list = 0; list < (b ? 2 : 1); ++list) {
+            if (!br.flag()) continue;
+            auto& mods = list ? sh.refModsL1 : sh.refMods;
             for (;;) {
                 const uint32_t idc = br.ueMax(3, "modification_of_pic_nums_idc");
                 if (idc == 3) break;
-                if (sh.refMods.size() > 32) throw DecodeError("too many list modifications");
+                if (mods.size() > 32) throw DecodeError("too many list modifications");
                 const uint32_t v = br.ueMax(idc == 2 ? 31u : 131071u, "abs_diff_pic_num_minus1");
-                sh.refMods.push_back({static_cast<int>(idc), static_cast<int>(v)});
+                mods.push_back({static_cast<int>(idc), static_cast<int>(v)});
             }
         }
     }
-    sh.weighted = type == 0 && pps.weightedPred;
+    sh.weighted = (type == 0 && pps.weightedPred) || (b && pps.weightedBipredIdc == 1);
     if (sh.weighted) {  // pred_weight_table (clause 7.3.3.2)
-        PredWeights& w = sh.weights;
-        w.lumaLog2Denom = static_cast<int>(br.ueMax(7, "luma_log2_weight_denom"));
-        w.chromaLog2Denom = static_cast<int>(br.ueMax(7, "chroma_log2_weight_denom"));
-        for (int i = 0; i < sh.numRefIdxActive; ++i) {
-            if ((w.lumaFlag[i] = br.flag())) {
-                w.lumaWeight[i] = br.seRange(-128, 127, "luma_weight_l0");
-                w.lumaOffset[i] = br.seRange(-128, 127, "luma_offset_l0");
-            }
-            if ((w.chromaFlag[i] = br.flag())) {
-                for (int j = 0; j < 2; ++j) {
-                    w.chromaWeight[i][j] = br.seRange(-128, 127, "chroma_weight_l0");
-                    w.chromaOffset[i][j] = br.seRange(-128, 127, "chroma_offset_l0");
+        const int lumaDenom = static_cast<int>(br.ueMax(7, "luma_log2_weight_denom"));
+        const bool chroma = sps.chromaFormat != 0;
+        const int chromaDenom = chroma ? static_cast<int>(br.ueMax(7, "chroma_log2_weight_denom")) : 0;
+        for (int list = 0; list < (b ? 2 : 1); ++list) {
+            PredWeights& w = list ? sh.weightsL1 : sh.weights;
+            w = PredWeights{};
+            w.lumaLog2Denom = lumaDenom;
+            w.chromaLog2Denom = chromaDenom;
+            for (int i = 0; i < (list ? sh.numRefIdxActiveL1 : sh.numRefIdxActive); ++i) {
+                if ((w.lumaFlag[i] = br.flag())) {
+                    w.lumaWeight[i] = br.seRange(-128, 127, "luma_weight");
+                    w.lumaOffset[i] = br.seRange(-128, 127, "luma_offset");
+                }
+                if (chroma && (w.chromaFlag[i] = br.flag())) {
+                    for (int j = 0; j < 2; ++j) {
+                        w.chromaWeight[i][j] = br.seRange(-128, 127, "chroma_weight");
+                        w.chromaOffset[i][j] = br.seRange(-128, 127, "chroma_offset");
+                    }
                 }
             }
         }
@@ -390,6 +423,9 @@ void Decoder::startPicture(const SliceHeader& sh) {
         // reference lists hold.
     }
     cur_ = freeFrame();
+    if (sps_->chromaFormat == 0)  // 4:0:0: the chroma planes hold the mid value, as ffmpeg writes them
+        for (int p = 1; p < 3; ++p)
+            std::memset(cur_->plane[p], 128, static_cast<size_t>(cur_->stride[p]) * (cur_->height / 2));
     cur_->ref = Frame::Unused;
     cur_->neededForOutput = false;
     cur_->hadMmco5 = false;
@@ -459,7 +495,8 @@ void Decoder::computePoc(const SliceHeader& sh) {
 
 void Decoder::buildRefList(const SliceHeader& sh) {
     refList_.clear();
-    if (sh.sliceType != 0) return;
+    refList1_.clear();
+    if (sh.sliceType == 2) return;
     const int maxFrameNum = 1 << sps_->log2MaxFrameNum;
     std::vector<Frame*> shortRefs, longRefs;
     for (auto& f : frames_) {
@@ -472,19 +509,45 @@ void Decoder::buildRefList(const SliceHeader& sh) {
             longRefs.push_back(p);
         }
     }
-    // Clause 8.2.4.2.1: short-term by descending PicNum, then long-term by
-    // ascending LongTermPicNum.
-    std::sort(shortRefs.begin(), shortRefs.end(), [](Frame* a, Frame* b) { return a->frameNumWrap > b->frameNumWrap; });
     std::sort(longRefs.begin(), longRefs.end(),
               [](Frame* a, Frame* b) { return a->longTermFrameIdx < b->longTermFrameIdx; });
-    std::vector<Frame*> list = shortRefs;
-    list.insert(list.end(), longRefs.begin(), longRefs.end());
-    const size_t n = static_cast<size_t>(sh.numRefIdxActive);
+    if (sh.sliceType == 0) {
+        // Clause 8.2.4.2.1: short-term by descending PicNum, then long-term by
+        // ascending LongTermPicNum.
+        std::vector<Frame*> list = shortRefs;
+        std::sort(list.begin(), list.end(), [](Frame* a, Frame* b) { return a->frameNumWrap > b->frameNumWrap; });
+        list.insert(list.end(), longRefs.begin(), longRefs.end());
+        refList_ = modifyList(list, sh.refMods, sh.numRefIdxActive, sh, shortRefs, longRefs);
+        return;
+    }
+    // Clause 8.2.4.2.3: list 0 starts with the short-term pictures before the
+    // current one by descending POC, then those after it by ascending POC;
+    // list 1 the other way round; both end with the long-term pictures.
+    const int poc = cur_->poc;
+    std::vector<Frame*> before, after;
+    for (Frame* f : shortRefs) (f->poc < poc ? before : after).push_back(f);
+    std::sort(before.begin(), before.end(), [](Frame* a, Frame* b) { return a->poc > b->poc; });
+    std::sort(after.begin(), after.end(), [](Frame* a, Frame* b) { return a->poc < b->poc; });
+    std::vector<Frame*> l0 = before, l1 = after;
+    l0.insert(l0.end(), after.begin(), after.end());
+    l0.insert(l0.end(), longRefs.begin(), longRefs.end());
+    l1.insert(l1.end(), before.begin(), before.end());
+    l1.insert(l1.end(), longRefs.begin(), longRefs.end());
+    if (l1.size() > 1 && l1 == l0) std::swap(l1[0], l1[1]);
+    refList_ = modifyList(l0, sh.refMods, sh.numRefIdxActive, sh, shortRefs, longRefs);
+    refList1_ = modifyList(l1, sh.refModsL1, sh.numRefIdxActiveL1, sh, shortRefs, longRefs);
+}
+
+// Clause 8.2.4.3: the initial list cut or padded to n entries, then modified.
+std::vector<Frame*> Decoder::modifyList(std::vector<Frame*> list, const std::vector<SliceHeader::Mod>& mods, int count,
+                                        const SliceHeader& sh, const std::vector<Frame*>& shortRefs,
+                                        const std::vector<Frame*>& longRefs) {
+    const int maxFrameNum = 1 << sps_->log2MaxFrameNum;
+    const size_t n = static_cast<size_t>(count);
     list.resize(n, nullptr);
-    // Clause 8.2.4.3: modifications.
     int picNumPred = sh.frameNum;
     int refIdx = 0;
-    for (const auto& m : sh.refMods) {
+    for (const auto& m : mods) {
         if (refIdx >= static_cast<int>(n)) throw DecodeError("too many reference list modifications");
         Frame* pic = nullptr;
         if (m.idc < 2) {
@@ -497,22 +560,18 @@ void Decoder::buildRefList(const SliceHeader& sh) {
             for (Frame* f : shortRefs)
                 if (f->frameNumWrap == picNum) pic = f;
             if (!pic) throw DecodeError("list modification names a missing picture");
-            list.insert(list.begin() + refIdx, pic);
-            ++refIdx;
-            for (size_t k = static_cast<size_t>(refIdx); k < list.size();)
-                if (list[k] == pic) list.erase(list.begin() + static_cast<long>(k)); else ++k;
         } else {
             for (Frame* f : longRefs)
                 if (f->longTermFrameIdx == m.value) pic = f;
             if (!pic) throw DecodeError("list modification names a missing long-term picture");
-            list.insert(list.begin() + refIdx, pic);
-            ++refIdx;
-            for (size_t k = static_cast<size_t>(refIdx); k < list.size();)
-                if (list[k] == pic) list.erase(list.begin() + static_cast<long>(k)); else ++k;
         }
+        list.insert(list.begin() + refIdx, pic);
+        ++refIdx;
+        for (size_t k = static_cast<size_t>(refIdx); k < list.size();)
+            if (list[k] == pic) list.erase(list.begin() + static_cast<long>(k)); else ++k;
         list.resize(n, nullptr);
     }
-    refList_ = list;
+    return list;
 }
 
 void Decoder::markReferences() {
@@ -608,9 +667,11 @@ void Decoder::outputFrame(Frame* f) {
     const int cx[3] = {s.cropLeft, s.cropLeft / 2, s.cropLeft / 2};
     const int cy[3] = {s.cropTop, s.cropTop / 2, s.cropTop / 2};
     for (int p = 0; p < 3; ++p) {
+        // Chroma planes of half the size, rounded up (odd sizes occur in 4:0:0,
+        // whose chroma planes only carry the mid value).
         const int sub = p ? 1 : 0;
-        o.width[p] = (f->width - s.cropLeft - s.cropRight) >> sub;
-        o.height[p] = (f->height - s.cropTop - s.cropBottom) >> sub;
+        o.width[p] = (f->width - s.cropLeft - s.cropRight + sub) >> sub;
+        o.height[p] = (f->height - s.cropTop - s.cropBottom + sub) >> sub;
         o.stride[p] = f->stride[p];
         o.plane[p] = f->plane[p] + cy[p] * f->stride[p] + cx[p];
     }
@@ -630,6 +691,23 @@ void Decoder::finishPicture() {
     if (std::any_of(st_->sliceNum.begin(), st_->sliceNum.end(), [](int n) { return n < 0; }))
         throw DecodeError("picture has missing macroblocks");
     deblockPicture();
+    // The motion later B pictures read as co-located (clause 8.4.1.2.1).
+    {
+        const SliceState& st = *st_;
+        Frame& f = *cur_;
+        const size_t n = st.refIdx.size();
+        f.colMv.resize(2 * n);
+        f.colRefIdx.resize(n);
+        f.colRefSerial.resize(n);
+        for (size_t i = 0; i < n; ++i) {
+            const bool l0 = st.refIdx[i] >= 0;
+            const auto& mv = l0 ? st.mv : st.mv1;
+            f.colRefIdx[i] = l0 ? st.refIdx[i] : st.refIdx1[i];
+            f.colRefSerial[i] = l0 ? st.refSerial[i] : st.refSerial1[i];
+            f.colMv[2 * i] = mv[2 * i];
+            f.colMv[2 * i + 1] = mv[2 * i + 1];
+        }
+    }
     markReferences();
     const SliceHeader& sh = curHeader_;
     prevFrameNum_ = sh.frameNum;

@@ -16,6 +16,17 @@
 
 namespace h264dec {
 
+// Scaling lists of a parameter set as coded (clause 7.3.2.1.1.1): per list
+// absent, present, or "use the default"; values in raster order.  The 4x4
+// lists are Intra Y, Cb, Cr, Inter Y, Cb, Cr; the 8x8 lists Intra Y, Inter Y
+// (then Cb and Cr for 4:4:4).
+struct ScalingLists {
+    enum State : uint8_t { Absent, Present, UseDefault };
+    bool present = false;  // seq_/pic_scaling_matrix_present_flag
+    State state4[6] = {}, state8[6] = {};
+    uint8_t list4[6][16] = {}, list8[6][64] = {};
+};
+
 struct Sps {
     bool valid = false;
     int profileIdc = 0, levelIdc = 0;
@@ -29,15 +40,20 @@ struct Sps {
     bool gapsAllowed = false;
     int widthMbs = 0, heightMbs = 0;  // heightMbs in frame macroblocks
     bool frameMbsOnly = true;
+    bool direct8x8Inference = true;
+    int chromaFormat = 1;  // chroma_format_idc: 0 monochrome, 1 4:2:0
+    bool transformBypass = false;  // qpprime_y_zero_transform_bypass_flag
     int cropLeft = 0, cropRight = 0, cropTop = 0, cropBottom = 0;  // in samples
     int maxDecFrameBuffering = -1;                                   // VUI, -1 absent
     int fpsNum = 25, fpsDen = 1;
+    ScalingLists scaling;
 };
 
 struct Pps {
     bool valid = false;
     int spsId = 0;
-    int numRefIdxActive = 1;
+    int numRefIdxActive = 1, numRefIdxActiveL1 = 1;
+    int weightedBipredIdc = 0;
     int picInitQp = 26;
     int chromaQpIndexOffset = 0, secondChromaQpIndexOffset = 0;
     bool deblockingFilterControlPresent = false;
@@ -45,14 +61,16 @@ struct Pps {
     bool redundantPicCntPresent = false;
     bool bottomFieldPicOrderInFramePresent = false;
     bool weightedPred = false;
+    bool transform8x8Mode = false;
+    ScalingLists scaling;
 };
 
 struct Mmco {
     int op, diffPicNumsMinus1, longTermPicNum, longTermFrameIdx, maxLongTermFrameIdxPlus1;
 };
 
-// Explicit weighted prediction of a P slice (clause 7.4.3.2); a reference
-// without weights has flag false and predicts unweighted.
+// Explicit weighted prediction of one reference list (clause 7.4.3.2); a
+// reference without weights has flag false: weight 1 << denom, offset 0.
 struct PredWeights {
     int lumaLog2Denom = 0, chromaLog2Denom = 0;
     bool lumaFlag[32] = {}, chromaFlag[32] = {};
@@ -65,13 +83,14 @@ struct SliceHeader {
     bool idr = false;
     int firstMb = 0, sliceType = 0, ppsId = 0, frameNum = 0, idrPicId = 0;
     int pocLsb = 0, deltaPocBottom = 0, deltaPoc[2] = {0, 0};
-    int numRefIdxActive = 1;
+    int numRefIdxActive = 1, numRefIdxActiveL1 = 1;
+    bool directSpatial = false;
     struct Mod {
         int idc, value;
     };
-    std::vector<Mod> refMods;
-    bool weighted = false;
-    PredWeights weights;
+    std::vector<Mod> refMods, refModsL1;
+    bool weighted = false;  // explicit weights (P with weighted_pred_flag, B with weighted_bipred_idc 1)
+    PredWeights weights, weightsL1;
     bool noOutputOfPriorPics = false, longTermReference = false, adaptiveMarking = false;
     std::vector<Mmco> mmcos;
     int qp = 26;
@@ -89,10 +108,17 @@ struct Frame {
     bool neededForOutput = false;
     bool hadMmco5 = false;
     uint32_t serial = 0;  // tells pictures apart for the deblocking filter
+    // Motion of each 4x4 block for the direct prediction of later B pictures
+    // (clause 8.4.1.2.1): the L0 motion, or the L1 motion where L0 was not
+    // used; reference index -1 for intra blocks.
+    std::vector<int16_t> colMv;
+    std::vector<int8_t> colRefIdx;
+    std::vector<uint32_t> colRefSerial;
     bool inUse() const { return ref != Unused || neededForOutput; }
 };
 
-// What the caller receives for each output frame (cropped planes).
+// What the caller receives for each output frame (cropped planes; chroma
+// planes of half the luma width and height, rounded up).
 struct OutputPicture {
     const uint8_t* plane[3];
     int stride[3];
@@ -123,6 +149,9 @@ private:
     void finishPicture();
     void computePoc(const SliceHeader& sh);
     void buildRefList(const SliceHeader& sh);
+    std::vector<Frame*> modifyList(std::vector<Frame*> list, const std::vector<SliceHeader::Mod>& mods, int n,
+                                   const SliceHeader& sh, const std::vector<Frame*>& shortRefs,
+                                   const std::vector<Frame*>& longRefs);
     void markReferences();
     void storeAndBump();
     void outputFrame(Frame* f);
@@ -156,7 +185,7 @@ private:
     int topPoc_ = 0;  // TopFieldOrderCnt of the current picture
     int maxLongTermFrameIdx_ = -1;  // -1: no long-term frame indices
 
-    std::vector<Frame*> refList_;
+    std::vector<Frame*> refList_, refList1_;
 
     std::unique_ptr<SliceState> st_;
 };

@@ -80,4 +80,49 @@ ZUBVC_API ZubStatus zubiPredictIntra_16x16_H264_8u_C1IR(Zub8u* pSrcDst, int srcD
 ZUBVC_API ZubStatus zubiPredictIntraChroma8x8_H264_8u_C1IR(Zub8u* pSrcDst, int srcDstStep, int predMode,
                                                            int availability);
 
+/* Intra_8x8 luma prediction of the High profiles, H.264 clause 8.3.2, with
+ * the nine modes of Intra_4x4 (Table 8-3 uses the same numbering).  The
+ * reference samples are low-pass filtered first (clause 8.3.2.2.1): the row
+ * above with its eight above-right samples (which repeat p[7, -1] when bit 64
+ * is clear), the left column and the corner, each filtered with the
+ * neighbours that exist.  Bit 64 here covers the eight above-right samples.
+ * Checks: pSrcDst null (-8); srcDstStep < 8 (-14); predMode outside 0..8,
+ * compared as unsigned (-11); a mode whose neighbours are missing (-117,
+ * nothing written): vertical, diagonal down-left and vertical-left need the
+ * row above, horizontal and horizontal-up the left column, the other three
+ * directional modes the row, the column and the corner.  DC never fails:
+ * 128 without neighbours. */
+ZUBVC_API ZubStatus zubiPredictIntra_8x8_H264_8u_C1IR(Zub8u* pSrcDst, int srcDstStep, int predMode,
+                                                      int availability);
+/* The same on 16-bit samples, step in samples; DC without neighbours is
+ * 1 << (bitDepth - 1).  Checks as above, bitDepth outside 8..14 giving -11
+ * after the mode test. */
+ZUBVC_API ZubStatus zubiPredictIntra_8x8_H264_16u_C1IR(Zub16u* pSrcDst, int srcDstStep, int predMode,
+                                                       int availability, int bitDepth);
+
+/* 16-bit samples (bit depths 9 to 14; 8 accepted), step in samples: the same
+ * modes, checks and results as the 8-bit functions above, with 128 replaced by
+ * 1 << (bitDepth - 1) (the 4x4 substitute and the DC without neighbours) and
+ * the plane prediction clamped to 0..(1 << bitDepth) - 1.  bitDepth outside
+ * 8..14 gives -11, tested with the mode range. */
+ZUBVC_API ZubStatus zubiPredictIntra_4x4_H264_16u_C1IR(Zub16u* pSrcDst, int srcDstStep, int predMode,
+                                                       int availability, int bitDepth);
+ZUBVC_API ZubStatus zubiPredictIntra_16x16_H264_16u_C1IR(Zub16u* pSrcDst, int srcDstStep, int predMode,
+                                                         int availability, int bitDepth);
+ZUBVC_API ZubStatus zubiPredictIntraChroma8x8_H264_16u_C1IR(Zub16u* pSrcDst, int srcDstStep, int predMode,
+                                                            int availability, int bitDepth);
+
+/* 4:2:2 chroma, 8 wide and 16 tall (clause 8.3.4 with ChromaArrayType 2),
+ * modes as zubiPredictIntraChroma8x8_H264_8u_C1IR.  DC is formed per 4x4
+ * block: both edges for the blocks at (0, 0) and at x 4 below the first row,
+ * the row above first for the block at (4, 0), the left column first for the
+ * other blocks of the left column.  Plane: b = (34 x H + 32) >> 6 over the
+ * row, c = (5 x V + 32) >> 6 over the 16-sample column, sample (x, y) =
+ * (a + b (x - 3) + c (y - 7) + 16) >> 5, a = 16 (p[-1, 15] + p[7, -1]).
+ * Checks as the 8x8 chroma function (step at least 8). */
+ZUBVC_API ZubStatus zubiPredictIntraChroma8x16_H264_8u_C1IR(Zub8u* pSrcDst, int srcDstStep, int predMode,
+                                                            int availability);
+ZUBVC_API ZubStatus zubiPredictIntraChroma8x16_H264_16u_C1IR(Zub16u* pSrcDst, int srcDstStep, int predMode,
+                                                             int availability, int bitDepth);
+
 #endif
