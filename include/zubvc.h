@@ -23,6 +23,8 @@
 #include "zubvc/h264deblock.h"
 #include "zubvc/h264recon.h"
 #include "zubvc/mpeg2vlc.h"
+#include "zubvc/mpeg2quant.h"
+#include "zubvc/mpeg2idct.h"
 #include "zubvc/mc.h"
 
 #endif

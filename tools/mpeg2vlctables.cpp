@@ -362,22 +362,30 @@ const T& cached(Mpeg2Vlc t, Make make) {
     return all[static_cast<size_t>(t)];
 }
 
+// Every table built once with the library (decode or encode form), freed at
+// exit.
 struct BuiltTables {
     std::array<Zub32s*, kMpeg2VlcCount> table{};
-    BuiltTables() {
+    explicit BuiltTables(bool encode) {
         for (int i = 0; i < kMpeg2VlcCount; ++i) {
             const Mpeg2Vlc t = static_cast<Mpeg2Vlc>(i);
             const Zub32s* src = mpeg2VlcSource(t).data();
-            const ZubStatus st = mpeg2VlcIsRunLevel(t) ? zubiHuffmanRunLevelTableInitAlloc_32s(src, &table[i])
-                                                       : zubiHuffmanTableInitAlloc_32s(src, &table[i]);
+            const bool rl = mpeg2VlcIsRunLevel(t);
+            const ZubStatus st = encode ? zubiCreateRLEncodeTable(src, rl ? 1 : 0, &table[i])
+                                 : rl   ? zubiHuffmanRunLevelTableInitAlloc_32s(src, &table[i])
+                                        : zubiHuffmanTableInitAlloc_32s(src, &table[i]);
             if (st != ZubStatusOk) throw std::runtime_error("building an MPEG-2 VLC table failed");
         }
+        encode_ = encode;
     }
     ~BuiltTables() {
-        for (Zub32s* t : table) zubiHuffmanTableFree_32s(t);
+        for (Zub32s* t : table) encode_ ? zubiFreeRLEncodeTable(t) : zubiHuffmanTableFree_32s(t);
     }
     BuiltTables(const BuiltTables&) = delete;
     BuiltTables& operator=(const BuiltTables&) = delete;
+
+private:
+    bool encode_ = false;
 };
 
 }  // namespace
@@ -412,7 +420,12 @@ const std::vector<Zub32s>& mpeg2VlcSource(Mpeg2Vlc t) {
 }
 
 const Zub32s* mpeg2VlcTable(Mpeg2Vlc t) {
-    static const BuiltTables built;
+    static const BuiltTables built(false);
+    return built.table[static_cast<size_t>(t)];
+}
+
+const Zub32s* mpeg2VlcEncodeTable(Mpeg2Vlc t) {
+    static const BuiltTables built(true);
     return built.table[static_cast<size_t>(t)];
 }
 

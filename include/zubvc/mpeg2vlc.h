@@ -70,4 +70,71 @@ ZUBVC_API ZubStatus zubiDecodeHuffmanOne_1u32s(const Zub32u** ppBitStream, Zub32
 ZUBVC_API ZubStatus zubiDecodeHuffmanPair_1u16s(const Zub32u** ppBitStream, Zub32u* pBitOffset,
                                                 const Zub32s* pDecodeTable, Zub8u* pRun, Zub16s* pLevel);
 
+/* ---------------------------------------------------------------------------
+ * Run-level encoding of DCT blocks (ISO/IEC 11172-2 clause 2.4.3.7, ISO/IEC
+ * 13818-2 clause 6.2.6).
+ *
+ * Encode tables are built from the same source lists as the decode tables
+ * and freed with zubiFreeRLEncodeTable.  kind 1: a run-level list (Tables
+ * B.14, B.15: run 254 end of block, run 255 escape; both must be present for
+ * the table to be usable); kind 0: a single-value list (dct_dc_size, Tables
+ * B.12, B.13).  Codes longer than 24 bits are left out of an encode table (a
+ * run-level pair without a code is escaped).  The table is a block of 32-bit
+ * words: the kind, then its codes; callers treat it as opaque.
+ *
+ * The writers append at a word cursor (*ppBitStream, *pBitOffset) that
+ * mirrors the reading cursor: native 32-bit words, the offset (31..0) naming
+ * the next bit to write, bit 31 first.  The first word touched keeps its bits
+ * above the offset and receives the new bits below them; every further word
+ * is stored whole, so the bits after the last written bit are zero and
+ * nothing beyond the cursor is preserved.  On success the cursor stands after
+ * the block; a byte stream is the words' bytes most significant first.
+ *
+ * pSrcBlock holds the quantised levels in raster order; pScan is the scan
+ * (64 raster indices, as for the block reconstruction; only their low six
+ * bits are used).  mpegVersion 1 writes the escapes of ISO/IEC 11172-2 (6-bit
+ * run, 8-bit level, or 0x00 / 0x80 and 8 bits for magnitudes 128..255),
+ * 2 those of ISO/IEC 13818-2 (6-bit run, 12-bit level).  Levels must lie in
+ * -255..255 (MPEG-1) or -2047..2047 (MPEG-2).
+ *
+ * Checks: pointers, then *ppBitStream (-8); *pBitOffset above 31 (-5);
+ * mpegVersion other than 1 and 2, or a table of the wrong kind (-5); a level
+ * outside the range, a DC differential whose size the DC table does not code,
+ * or a non-intra block without coefficients (ZubStatusOutOfRange, -11).
+ * Nothing is written on an error.
+ *
+ * Round trip over a coded stream: for each block note the bit position where
+ * it starts, read its run-level codes with zubiDecodeHuffmanPair_1u16s on the
+ * decode table (a non-intra block whose first bit is 1 starts with "1s", two
+ * bits; run 255 is followed by the escape's run and level: 6 + 12 bits for
+ * MPEG-2, 6 + 8 (+ 8 after a byte of 0x00 or 0x80) for MPEG-1; run 254 ends
+ * the block), store each level at pScan[i] of a cleared block, and call the
+ * writer with the encode table of the same source list and a cursor on a
+ * scratch buffer: the bits written equal the stream's bits of the block.  For
+ * intra blocks read the DC differential d with the DC size table, set
+ * pSrcBlock[0] = pred + d and pass pred in *pDCPred (DC-level units, as the
+ * MPEG-2 reconstruction holds it; for MPEG-1 one eighth of that function's
+ * predictor).  The reconstruct functions themselves do not give the levels
+ * back exactly (mismatch control, oddification).
+ * ------------------------------------------------------------------------- */
+
+/* kind: 0 single-value list, 1 run-level list.  Allocates through
+ * zubsMalloc_8u.  Checks: pointers (-8); kind (-5); ZubStatusNoMemory (-9)
+ * when the allocation fails. */
+ZUBVC_API ZubStatus zubiCreateRLEncodeTable(const Zub32s* pSrcTable, int kind, Zub32s** ppDstTable);
+/* Frees an encode table.  Checks: pTable (-8). */
+ZUBVC_API ZubStatus zubiFreeRLEncodeTable(Zub32s* pTable);
+
+/* An intra block: dct_dc_size and dct_dc_differential of
+ * d = pSrcBlock[0] - *pDCPred (then *pDCPred = pSrcBlock[0]), the AC levels
+ * of scan positions 1..63, end of block.  pDCSizeTable: kind 0 (B.12 or
+ * B.13); pRLTable: kind 1 (B.14, or B.15 for intra_vlc_format 1). */
+ZUBVC_API ZubStatus zubiPutIntraBlock(Zub32u** ppBitStream, Zub32u* pBitOffset, const Zub16s* pSrcBlock,
+                                      Zub16s* pDCPred, const Zub32s* pDCSizeTable, const Zub32s* pRLTable,
+                                      const Zub32s* pScan, int mpegVersion);
+/* A non-intra block: the levels of scan positions 0..63 (a first run 0,
+ * level +-1 as "1s"), end of block.  pRLTable: kind 1 (B.14). */
+ZUBVC_API ZubStatus zubiPutNonIntraBlock(Zub32u** ppBitStream, Zub32u* pBitOffset, const Zub16s* pSrcBlock,
+                                         const Zub32s* pRLTable, const Zub32s* pScan, int mpegVersion);
+
 #endif

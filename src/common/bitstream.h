@@ -1,6 +1,7 @@
 // Internal bit cursors shared by every decoder and encoder of the library.
 //
-// WordCursor: H.264 and MPEG-1/2 decoding.  The stream is a sequence of native
+// WordCursor: H.264 and MPEG-1/2 decoding; WordWriter, its mirror, MPEG-1/2
+// run-level encoding.  The stream is a sequence of native
 // 32-bit words, first bit = bit 31 of the first word; the offset names the next
 // unread bit (31..0).  Reads may touch the word after the current one.
 //
@@ -89,6 +90,42 @@ inline bool walkCodeTable(WordCursor& c, const int32_t* table, uint32_t& fields)
     }
     return true;
 }
+
+// Word-cursor writer, the mirror of WordCursor: bits go into native 32-bit
+// words from bit `off` (31..0) downwards.  The first word touched keeps its
+// bits above the offset (those already written) and receives the new bits
+// below them; every further word is stored whole, so the bits after the last
+// written bit are zero and nothing beyond the cursor is preserved.
+struct WordWriter {
+    uint32_t* w;
+    int32_t off;  // 31..0
+
+    WordWriter(uint32_t* word, uint32_t offset) : w(word), off(static_cast<int32_t>(offset)) {}
+
+    // Append the low n bits of v (1 <= n <= 32).
+    void put(uint32_t v, int n) {
+        v &= bitMask(n);
+        const uint32_t kept = off == 31 ? 0u : w[0] & ~bitMask(off + 1);
+        const int rem = off + 1 - n;  // bits of the current word left after v
+        if (rem > 0) {
+            w[0] = kept | (v << rem);
+            off = rem - 1;
+        } else if (rem == 0) {
+            w[0] = kept | v;
+            ++w;
+            off = 31;
+        } else {
+            w[0] = kept | (v >> -rem);
+            w[1] = v << (32 + rem);
+            ++w;
+            off = 31 + rem;
+        }
+    }
+    void store(uint32_t** ppWord, uint32_t* pOffset) const {
+        *ppWord = w;
+        *pOffset = static_cast<uint32_t>(off);
+    }
+};
 
 struct ByteCursor {
     const uint8_t* p;

@@ -4,6 +4,8 @@
 #include <cstdint>
 
 #include "../common/bitstream.h"
+#include "../common/table.h"
+#include "mpeg2arith.h"
 #include "zubvc.h"
 
 using zub::WordCursor;
@@ -193,4 +195,182 @@ ZubStatus zubiDecodeHuffmanPair_1u16s(const Zub32u** ppBitStream, Zub32u* pBitOf
     *pRun = static_cast<Zub8u>(fields & 0xFFu);
     *pLevel = static_cast<Zub16s>(static_cast<uint16_t>(fields >> 8));
     return ZubStatusOk;
+}
+
+// ---------------------------------------------------------------------------
+// DCT block reconstruction: run-level decoding with dequantisation in one pass
+// (ISO/IEC 11172-2 clause 2.4.4, ISO/IEC 13818-2 clauses 7.2 and 7.4).
+
+namespace {
+
+enum class Codec { Mpeg1, Mpeg2 };
+
+constexpr int kEndOfBlock = 254;
+constexpr int kEscape = 255;
+
+// Weights of a non-intra MPEG-2 block given no matrix.
+constexpr Zub16s flatWeight(int) { return 16; }
+constexpr Zub16s Qmatrix[64] = {ZUB_GEN64(flatWeight, 0)};
+
+using zub::mulWrap;
+using zub::signOf;
+
+template <Codec codec, bool intra>
+struct Block {
+    // One decoded code: run and level, or end of block.
+    struct Code {
+        int run;
+        int32_t level;
+        bool end;
+    };
+
+    static Code readCode(WordCursor& c, const Zub32s* table) {
+        const uint32_t e = zub::lookupCodeEntry(c, table);
+        c.giveBack(static_cast<int>(e & 0xFFu));
+        const int run = static_cast<int>((e >> 8) & 0xFFu);
+        if (run == kEndOfBlock) return {0, 0, true};
+        if (run == kEscape) {
+            if constexpr (codec == Codec::Mpeg1) {
+                const int r = static_cast<int>(c.read(6));
+                const uint32_t l = c.read(8);
+                if (l & 0x7Fu) return {r, static_cast<int8_t>(l), false};
+                const int32_t m = static_cast<int32_t>(c.read(8));
+                return {r, l == 0 ? m : m - 256, false};
+            } else {
+                const uint32_t v = c.read(18);
+                return {static_cast<int>(v >> 12), static_cast<int32_t>(v << 20) >> 20, false};
+            }
+        }
+        if constexpr (codec == Codec::Mpeg2 && !intra)
+            return {run, static_cast<int16_t>(e >> 16), false};
+        else
+            return {run, static_cast<int8_t>(e >> 16), false};
+    }
+
+    static int32_t dequantise(int32_t level, int32_t w, int32_t qp) {
+        const int32_t twice = intra ? 2 * level : 2 * level + signOf(level);
+        const int32_t p = mulWrap(mulWrap(twice, w), qp);
+        if constexpr (codec == Codec::Mpeg2) {
+            return p / 32;
+        } else {
+            int32_t v = p / 16;
+            if ((v & 1) == 0) v -= signOf(v);
+            return v > 2047 ? 2047 : (v < -2048 ? -2048 : v);
+        }
+    }
+
+    // Decodes one block; dcPred is null for non-intra blocks.
+    static ZubStatus run(const Zub32u** ppBitStream, Zub32u* pBitOffset, const Zub32s* pFirstTable,
+                         const Zub32s* pTable, const Zub32s* pScan, int32_t qp, const Zub16s* w, Zub16s* dcPred,
+                         int32_t dcShift, Zub16s* dst, Zub32s* pLast) {
+        for (int k = 0; k < 64; ++k) dst[k] = 0;
+        WordCursor c(*ppBitStream, *pBitOffset & 31u);
+        int i;
+        int32_t sum = 0;  // mismatch parity (MPEG-2)
+        auto fail = [&] {
+            c.store(ppBitStream, pBitOffset);
+            return ZubStatusVlcError;
+        };
+        if constexpr (intra) {
+            const uint32_t e = zub::lookupCodeEntry(c, pFirstTable);
+            c.giveBack(static_cast<int>(e & 0xFFu));
+            const int s = static_cast<int16_t>(e & 0xFFFFu) >> 8;
+            if (s < 0 || s > 16) return fail();
+            int32_t d = 0;
+            if (s > 0) {
+                const uint32_t b = c.read(s);
+                d = (b >> (s - 1)) & 1u ? static_cast<int32_t>(b)
+                                         : static_cast<int16_t>((0xFFFFFFFFu << s) | (b + 1u));
+            }
+            int32_t dc;
+            if constexpr (codec == Codec::Mpeg1) {
+                *dcPred = static_cast<Zub16s>(*dcPred + 8 * d);
+                dc = *dcPred;
+            } else {
+                *dcPred = static_cast<Zub16s>(*dcPred + d);
+                dc = static_cast<int16_t>(static_cast<uint32_t>(*dcPred) << (static_cast<uint32_t>(dcShift) & 31u));
+            }
+            dst[0] = static_cast<Zub16s>(dc);
+            sum = dc;
+            i = 0;
+        } else {
+            Code first;
+            if (c.peek(1)) {
+                first = {0, c.read(2) & 1u ? -1 : 1, false};
+            } else {
+                first = readCode(c, pFirstTable);
+            }
+            i = first.end ? 64 : first.run;
+            if (i > 63) return fail();
+            const int p = pScan[i] & 63;
+            const int32_t v = dequantise(first.level, w[p], qp);
+            dst[p] = static_cast<Zub16s>(v);
+            sum = static_cast<Zub16s>(v);
+        }
+        for (;;) {
+            const Code code = readCode(c, pTable);
+            if (code.end) break;
+            i += code.run + 1;
+            if (i > 63) return fail();
+            const int p = pScan[i] & 63;
+            const int32_t v = dequantise(code.level, w[p], qp);
+            dst[p] = static_cast<Zub16s>(v);
+            sum += static_cast<Zub16s>(v);
+        }
+        if constexpr (codec == Codec::Mpeg2) {
+            zub::mismatchControl(dst, sum);
+            *pLast = (!intra && i == 0) ? 1 : i;
+        } else {
+            *pLast = i;
+        }
+        c.store(ppBitStream, pBitOffset);
+        return ZubStatusOk;
+    }
+};
+
+}  // namespace
+
+ZubStatus zubiReconstructDCTBlock_MPEG1_32s(const Zub32u** ppBitStream, Zub32u* pBitOffset,
+                                            const Zub32s* pDCTFirstTable, const Zub32s* pDCTTable,
+                                            const Zub32s* pScan, Zub32s QP, const Zub16s* pQPMatrix,
+                                            Zub16s* pDstBlock, Zub32s* pDstSize) {
+    if (!ppBitStream || !pBitOffset || !pDCTFirstTable || !pDCTTable || !pScan || !pQPMatrix || !pDstBlock ||
+        !pDstSize || !*ppBitStream)
+        return ZubStatusNullPointer;
+    return Block<Codec::Mpeg1, false>::run(ppBitStream, pBitOffset, pDCTFirstTable, pDCTTable, pScan, QP, pQPMatrix,
+                                           nullptr, 0, pDstBlock, pDstSize);
+}
+
+ZubStatus zubiReconstructDCTBlockIntra_MPEG1_32s(const Zub32u** ppBitStream, Zub32u* pBitOffset,
+                                                 const Zub32s* pDCSizeTable, const Zub32s* pDCTTable,
+                                                 const Zub32s* pScan, Zub32s QP, const Zub16s* pQPMatrix,
+                                                 Zub16s* pDCPred, Zub16s* pDstBlock, Zub32s* pDstSize) {
+    if (!ppBitStream || !pBitOffset || !pDCSizeTable || !pDCTTable || !pScan || !pQPMatrix || !pDCPred ||
+        !pDstBlock || !pDstSize || !*ppBitStream)
+        return ZubStatusNullPointer;
+    return Block<Codec::Mpeg1, true>::run(ppBitStream, pBitOffset, pDCSizeTable, pDCTTable, pScan, QP, pQPMatrix,
+                                          pDCPred, 0, pDstBlock, pDstSize);
+}
+
+ZubStatus zubiReconstructDCTBlock_MPEG2_32s(const Zub32u** ppBitStream, Zub32u* pBitOffset,
+                                            const Zub32s* pDCTFirstTable, const Zub32s* pDCTTable,
+                                            const Zub32s* pScan, Zub32s QP, const Zub16s* pQPMatrix,
+                                            Zub16s* pDstBlock, Zub32s* pDstSize) {
+    if (!ppBitStream || !pBitOffset || !pDCTFirstTable || !pDCTTable || !pScan || !pDstBlock || !pDstSize ||
+        !*ppBitStream)
+        return ZubStatusNullPointer;
+    return Block<Codec::Mpeg2, false>::run(ppBitStream, pBitOffset, pDCTFirstTable, pDCTTable, pScan, QP,
+                                           pQPMatrix ? pQPMatrix : Qmatrix, nullptr, 0, pDstBlock, pDstSize);
+}
+
+ZubStatus zubiReconstructDCTBlockIntra_MPEG2_32s(const Zub32u** ppBitStream, Zub32u* pBitOffset,
+                                                 const Zub32s* pDCSizeTable, const Zub32s* pDCTTable,
+                                                 const Zub32s* pScan, Zub32s QP, const Zub16s* pQPMatrix,
+                                                 Zub16s* pDCPred, Zub32s shiftDCVal, Zub16s* pDstBlock,
+                                                 Zub32s* pDstSize) {
+    if (!ppBitStream || !pBitOffset || !pDCSizeTable || !pDCTTable || !pScan || !pQPMatrix || !pDCPred ||
+        !pDstBlock || !pDstSize || !*ppBitStream)
+        return ZubStatusNullPointer;
+    return Block<Codec::Mpeg2, true>::run(ppBitStream, pBitOffset, pDCSizeTable, pDCTTable, pScan, QP, pQPMatrix,
+                                          pDCPred, shiftDCVal, pDstBlock, pDstSize);
 }

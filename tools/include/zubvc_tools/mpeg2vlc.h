@@ -72,6 +72,9 @@ std::vector<Zub32s> mpeg2SourceList(const std::vector<Mpeg2Code>& codes, const s
 // Every table built with the library's builders, once (thread-safe static;
 // freed with zubiHuffmanTableFree_32s at exit).
 const Zub32s* mpeg2VlcTable(Mpeg2Vlc t);
+// Every table's encode table built with zubiCreateRLEncodeTable (kind 1 for
+// the DCT tables, 0 for the others), once; freed at exit.
+const Zub32s* mpeg2VlcEncodeTable(Mpeg2Vlc t);
 
 }  // namespace zubtools
 
