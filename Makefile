@@ -13,7 +13,7 @@ PACKAGES = cmake make g++ g++-multilib libgtest-dev libbenchmark-dev pkg-config
 
 CONFIGURE = $(CMAKE) -S . -DCMAKE_BUILD_TYPE=Release -Wno-dev
 
-.PHONY: all deps deps-bench install-missing build build-x64 build-x86 build-san test test-x64 test-x86 test-san deps32 demo bench bench32 bench-decoder bench-before clean
+.PHONY: all deps deps-bench install-missing build build-x64 build-x86 build-san test test-x64 test-x86 test-san deps32 demo bench bench32 bench-decoder bench-before bench-mpeg2dec clean
 .PHONY: deps-fuzz build-fuzz build-fuzz-cov test-fuzz fuzz build-tsan test-tsan
 
 all: build
@@ -117,13 +117,15 @@ test-fuzz: build-fuzz
 fuzz: build-fuzz build-fuzz-cov
 	nice bash fuzz/run.sh fuzz $(BUILD)/fuzz $(BUILD)/fuzz-cov $(FUZZ_SECONDS)
 
-# Decodes the bundled sample stream with the example H.264 decoder: frames,
-# frames per second and the MD5 of the whole output; the pictures go to
-# $(BUILD)/demo.yuv.
+# Decodes the bundled sample streams with the example H.264 and MPEG-2
+# decoders: frames, frames per second and the MD5 of the whole output; the
+# pictures go to $(BUILD)/demo.yuv and $(BUILD)/demo_mpeg2.yuv.
 DEMO_STREAM ?= tests/data/qcif_qp26.264
+DEMO_MPEG2_STREAM ?= tests/data/mpeg2_mandel_b.m2v
 demo: build-x64
 	$(BUILD)/x64/examples/zubvc-info
 	$(BUILD)/x64/examples/h264dec/zubvc-h264dec $(DEMO_STREAM) -o $(BUILD)/demo.yuv
+	$(BUILD)/x64/examples/mpeg2dec/zubvc-mpeg2dec $(DEMO_MPEG2_STREAM) -o $(BUILD)/demo_mpeg2.yuv
 
 bench: build-x64
 	$(BUILD)/x64/bench/zubvc_bench --benchmark_min_time=0.2
@@ -158,6 +160,13 @@ bench-before:
 	$(CMAKE) -S $(BEFORE_DIR)/src -B $(BEFORE_DIR)/x86 -DCMAKE_BUILD_TYPE=Release -DZUBVC_TESTS=OFF -Wno-dev \
 	  -DCMAKE_C_FLAGS=-m32 -DCMAKE_CXX_FLAGS=-m32 -DCMAKE_SHARED_LINKER_FLAGS=-m32 -DCMAKE_EXE_LINKER_FLAGS=-m32
 	$(CMAKE) --build $(BEFORE_DIR)/x86 -j $(JOBS) --target zubvc-h264dec
+
+# The MPEG-2 decoder in the same rounds against ffmpeg on a 1280x720 MPEG-2
+# stream with B-frames (300 frames of testsrc2, made on first use).
+bench-mpeg2dec: build-x64 deps-bench
+	test -f $(BUILD)/bench_720p.m2v || ffmpeg -loglevel error -f lavfi -i testsrc2=size=1280x720:rate=25 \
+	  -frames:v 300 -pix_fmt yuv420p -c:v mpeg2video -bf 2 -g 15 -b:v 6M -f mpeg2video $(BUILD)/bench_720p.m2v
+	sh bench/bench_h264dec.sh $(BUILD)/bench_720p.m2v $(RUNS) x86-64=$(BUILD)/x64/examples/mpeg2dec/zubvc-mpeg2dec
 
 clean:
 	rm -rf $(BUILD)

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -70,6 +71,42 @@ private:
     Md5 whole_;
     std::chrono::steady_clock::time_point start_;
 };
+
+// Thrown by a frame sink once --frames N pictures are out.
+struct StopDecoding {};
+
+// The planes of a decoder's output picture (fields plane, stride, width and
+// height, three each).
+template <class Picture>
+Frame frameOf(const Picture& pic) {
+    Frame f{};
+    for (int p = 0; p < 3; ++p) {
+        f.plane[p] = pic.plane[p];
+        f.stride[p] = pic.stride[p];
+        f.width[p] = pic.width[p];
+        f.height[p] = pic.height[p];
+    }
+    return f;
+}
+
+// Runs decode(), reports the decoder's Error and memory exhaustion as
+// "PROGRAM: IN: message", finishes the output and returns the exit status.
+template <class Error, class Decode>
+int runDecoder(const char* program, const char* in, FrameOutput& output, Decode decode) {
+    int status = 0;
+    try {
+        decode();
+    } catch (const StopDecoding&) {
+    } catch (const Error& e) {
+        std::fprintf(stderr, "%s: %s: %s\n", program, in, e.what());
+        status = 1;
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "%s: %s: out of memory\n", program, in);
+        status = 1;
+    }
+    if (!output.finish()) status = 1;
+    return status;
+}
 
 }  // namespace zubex
 

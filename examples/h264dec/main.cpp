@@ -5,15 +5,11 @@
 //
 // --md5 prints one line per output frame, in output order: the MD5 of the
 // frame's cropped Y, U and V planes in that order, rows packed.
-#include <cstdio>
-#include <new>
-
 #include "common/cli.h"
 #include "decoder.h"
 
 namespace {
 
-struct StopDecoding {};
 constexpr const char* kProgram = "zubvc-h264dec";
 
 }  // namespace
@@ -27,34 +23,15 @@ int main(int argc, char** argv) {
     if (!output.open()) return 1;
 
     h264dec::Decoder* decoderPtr = nullptr;
-    auto sink = [&](const h264dec::OutputPicture& pic) {
-        if (!output.wantsMore()) throw StopDecoding{};
+    h264dec::Decoder decoder([&](const h264dec::OutputPicture& pic) {
+        if (!output.wantsMore()) throw zubex::StopDecoding{};
         const h264dec::Sps* sps = decoderPtr->activeSps();
-        zubex::Frame f{};
-        for (int p = 0; p < 3; ++p) {
-            f.plane[p] = pic.plane[p];
-            f.stride[p] = pic.stride[p];
-            f.width[p] = pic.width[p];
-            f.height[p] = pic.height[p];
-        }
-        if (!output.write(f, "C420jpeg", sps ? sps->fpsNum : 25, sps ? sps->fpsDen : 1))
+        if (!output.write(zubex::frameOf(pic), "C420jpeg", sps ? sps->fpsNum : 25, sps ? sps->fpsDen : 1))
             throw h264dec::DecodeError("write error");
-    };
-
-    h264dec::Decoder decoder(sink);
+    });
     decoderPtr = &decoder;
-    int status = 0;
-    try {
+    return zubex::runDecoder<h264dec::DecodeError>(kProgram, opt.in, output, [&] {
         for (const auto& nal : h264dec::splitAnnexB(data.data(), data.size())) decoder.decodeNal(nal.data, nal.size);
         decoder.flush();
-    } catch (const StopDecoding&) {
-    } catch (const h264dec::DecodeError& e) {
-        std::fprintf(stderr, "%s: %s: %s\n", kProgram, opt.in, e.what());
-        status = 1;
-    } catch (const std::bad_alloc&) {
-        std::fprintf(stderr, "%s: %s: out of memory\n", kProgram, opt.in);
-        status = 1;
-    }
-    if (!output.finish()) status = 1;
-    return status;
+    });
 }

@@ -148,7 +148,7 @@ ZUB_INTERPOLATE_AVERAGE(16, 16)
 
 ZubStatus zubiAdd8x8_16s8u_C1IRS(const Zub16s* pSrc, Zub32s srcStep, Zub8u* pSrcDst, Zub32s srcDstStep) {
     if (!pSrc || !pSrcDst) return ZubStatusNullPointer;
-    block<8, 1, 0, 0, Combine::Add>(8, pSrcDst, srcDstStep, nullptr, 0, pSrc, srcStep, pSrcDst, srcDstStep, 0);
+    block<8, 1, 0, 0, Combine::AddDst>(8, nullptr, 0, nullptr, 0, pSrc, srcStep, pSrcDst, srcDstStep, 0);
     return ZubStatusOk;
 }
 

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "../common/sample.h"
 #include "zubvc.h"
@@ -33,6 +34,7 @@ enum class Combine {
     Copy,    // p
     Bi,      // (p1 + p2 + 1) >> 1
     AvgDst,  // (p + dst + 1) >> 1
+    AddDst,  // sat(dst + res), no reference
 };
 
 // Prediction at column x of the row at r (step rs), horizontal neighbour XS
@@ -49,15 +51,22 @@ inline const int16_t* advance(const int16_t* p, std::ptrdiff_t stepBytes) {
     return reinterpret_cast<const int16_t*>(reinterpret_cast<const uint8_t*>(p) + stepBytes);
 }
 
-// W bytes by h rows.  r2/s2 are read for BiAdd and Bi, res/rs for Add and
-// BiAdd; steps in bytes.
+// W bytes by h rows.  r1/s1 are read except for AddDst, r2/s2 for BiAdd
+// and Bi, res/rs for Add, BiAdd and AddDst; steps in bytes.  The destination
+// never overlaps the references or the residual (in-place forms read it
+// through d only), which lets the compiler vectorise the rows.
 template <int W, int XS, int M1, int M2, Combine C>
-inline void block(int h, const uint8_t* r1, std::ptrdiff_t s1, const uint8_t* r2, std::ptrdiff_t s2,
-                  const int16_t* res, std::ptrdiff_t rs, uint8_t* d, std::ptrdiff_t ds, int rc) {
+inline void block(int h, const uint8_t* __restrict r1, std::ptrdiff_t s1, const uint8_t* __restrict r2,
+                  std::ptrdiff_t s2, const int16_t* __restrict res, std::ptrdiff_t rs, uint8_t* __restrict d,
+                  std::ptrdiff_t ds, int rc) {
+    if constexpr (C == Combine::Copy && M1 == 0) {  // whole samples: row copies
+        for (int y = 0; y < h; ++y, r1 += s1, d += ds) std::memcpy(d, r1, W);
+        return;
+    }
     for (int y = 0; y < h; ++y) {
         for (int x = 0; x < W; ++x) {
-            const int p1 = predict<M1, XS>(r1, s1, x, rc);
-            if constexpr (C == Combine::Add) {
+            const int p1 = C == Combine::AddDst ? d[x] : predict<M1, XS>(r1, s1, x, rc);
+            if constexpr (C == Combine::Add || C == Combine::AddDst) {
                 d[x] = clip8(p1 + res[x]);
             } else if constexpr (C == Combine::BiAdd) {
                 d[x] = clip8((p1 + predict<M2, XS>(r2, s2, x, rc) + 2 * res[x] + 1) >> 1);
@@ -69,9 +78,9 @@ inline void block(int h, const uint8_t* r1, std::ptrdiff_t s1, const uint8_t* r2
                 d[x] = static_cast<uint8_t>((p1 + d[x] + 1) >> 1);
             }
         }
-        r1 += s1;
+        if constexpr (C != Combine::AddDst) r1 += s1;
         if constexpr (C == Combine::BiAdd || C == Combine::Bi) r2 += s2;
-        if constexpr (C == Combine::Add || C == Combine::BiAdd) res = advance(res, rs);
+        if constexpr (C == Combine::Add || C == Combine::BiAdd || C == Combine::AddDst) res = advance(res, rs);
         d += ds;
     }
 }
