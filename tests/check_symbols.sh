@@ -22,7 +22,11 @@ functions=$(mktemp)
 rows=$(mktemp)
 trap 'rm -f "$expected" "$actual" "$functions" "$rows"' EXIT
 nm -D --defined-only "$lib" | awk '$2 == "T" {print $3}' | sort -u > "$functions"
-sed -e 's/#.*//' "$dir/arguments.table" | awk 'NF {print $1}' | sort -u > "$rows"
+sed -e 's/#.*//' "$dir/arguments.table" | awk 'NF {print $1}' | sort > "$rows"
+if [ -n "$(uniq -d "$rows")" ]; then
+  echo "functions with more than one row in $dir/arguments.table:" $(uniq -d "$rows")
+  exit 1
+fi
 if ! diff -u "$rows" "$functions"; then
   echo "exported functions differ from the rows of $dir/arguments.table ('-' row without a function, '+' function without a row)"
   exit 1
