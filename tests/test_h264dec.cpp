@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "corrupt_stream.h"
 #include "decoder.h"
 #include "md5.h"
 
@@ -104,13 +105,7 @@ TEST(H264Decoder, CorruptStreamsNeverCrash) {
         ASSERT_FALSE(data.empty()) << name;
         std::mt19937 rng(12345);
         for (int trial = 0; trial < 60; ++trial) {
-            std::vector<uint8_t> bad = data;
-            if (trial % 4 == 0) {
-                bad.resize(rng() % bad.size());
-            } else {
-                const int flips = 1 + static_cast<int>(rng() % (trial % 3 == 0 ? 40 : 4));
-                for (int k = 0; k < flips; ++k) bad[rng() % bad.size()] ^= static_cast<uint8_t>(1u << (rng() % 8));
-            }
+            std::vector<uint8_t> bad = corruptStream(data, trial, rng);
             decode(bad);  // must return, with or without an error
         }
     }

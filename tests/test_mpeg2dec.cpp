@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "corrupt_stream.h"
 #include "mpeg2dec.h"
 #include "zubvc_tools/mpeg2vlc.h"
 
@@ -243,13 +244,7 @@ TEST(Mpeg2Decoder, CorruptStreamsNeverCrash) {
         ASSERT_FALSE(data.empty()) << name;
         std::mt19937 rng(54321);
         for (int trial = 0; trial < 24; ++trial) {
-            std::vector<uint8_t> bad = data;
-            if (trial % 4 == 0) {
-                bad.resize(rng() % bad.size());
-            } else {
-                const int flips = 1 + static_cast<int>(rng() % (trial % 3 == 0 ? 40 : 4));
-                for (int k = 0; k < flips; ++k) bad[rng() % bad.size()] ^= static_cast<uint8_t>(1u << (rng() % 8));
-            }
+            std::vector<uint8_t> bad = corruptStream(data, trial, rng);
             int frames = 0;
             mpeg2dec::Decoder dec([&](const mpeg2dec::OutputPicture&) { ++frames; });
             try {
